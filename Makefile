@@ -1,0 +1,42 @@
+# The two commands a newcomer runs: `make demo` and `make test`. Both install what is missing
+# first (scripts/setup.sh), so they work on a fresh Debian machine.
+BUILD ?= build
+FUZZ_BUILD ?= build-fuzz
+FUZZ_SECONDS ?= 60
+JOBS ?= $(shell nproc)
+EXAMPLE := examples/Demo.vorno
+
+.PHONY: all setup build test demo fuzz bench clean
+
+all: build
+
+setup:
+	@bash scripts/setup.sh
+
+$(BUILD)/build.ninja:
+	cmake -S . -B $(BUILD) -G Ninja
+
+build: setup $(BUILD)/build.ninja
+	cmake --build $(BUILD) -j $(JOBS)
+
+test: build
+	cd $(BUILD) && ctest --output-on-failure -j $(JOBS)
+
+demo: build
+	$(BUILD)/vorno lint --project $(EXAMPLE)
+
+$(FUZZ_BUILD)/build.ninja:
+	CC=clang CXX=clang++ cmake -S . -B $(FUZZ_BUILD) -G Ninja -DVORNO_FUZZ=ON \
+	  -DCMAKE_BUILD_TYPE=RelWithDebInfo \
+	  -DCMAKE_CXX_FLAGS="-fsanitize=address,undefined,fuzzer-no-link -fno-sanitize-recover=undefined"
+
+# Runs the project.json decoding fuzzer for FUZZ_SECONDS, starting from the example and the
+# test documents; new finds are kept in fuzz/corpus.
+fuzz: setup $(FUZZ_BUILD)/build.ninja
+	cmake --build $(FUZZ_BUILD) -j $(JOBS) --target fuzz_project_decode
+	mkdir -p fuzz/corpus
+	$(FUZZ_BUILD)/fuzz_project_decode -max_total_time=$(FUZZ_SECONDS) -max_len=65536 \
+	  -print_final_stats=1 fuzz/corpus fuzz/seeds
+
+clean:
+	rm -rf $(BUILD) $(FUZZ_BUILD)
