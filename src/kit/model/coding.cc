@@ -33,14 +33,45 @@ std::pair<size_t, size_t> lineAndColumn(std::string_view text, size_t offset) {
   return {line, column};
 }
 
+// Reading and writing walk the tree recursively, so nesting is bounded before parsing: no
+// document of ours comes close to this depth, and a hostile one cannot exhaust the stack.
+constexpr int maximumDepth = 512;
+
+bool nestsTooDeep(std::string_view text) {
+  int depth = 0;
+  bool inString = false;
+  for (size_t i = 0; i < text.size(); ++i) {
+    char c = text[i];
+    if (inString) {
+      if (c == '\\') ++i;
+      else if (c == '"') inString = false;
+    } else if (c == '"') {
+      inString = true;
+    } else if (c == '[' || c == '{') {
+      if (++depth > maximumDepth) return true;
+    } else if (c == ']' || c == '}') {
+      --depth;
+    }
+  }
+  return false;
+}
+
 }  // namespace
 
 DecodingError::DecodingError(Kind kind, std::string path, std::string detail)
     : kind_(kind), path_(std::move(path)), detail_(std::move(detail)), summary_(summarise(kind_, path_, detail_)) {}
 
 Json parseJSON(std::string_view text) {
+  if (nestsTooDeep(text))
+    throw DecodingError(DecodingError::Kind::dataCorrupted, "",
+                        "The given data was not valid JSON (nested deeper than " + std::to_string(maximumDepth) +
+                            " levels).");
   try {
     return Json::parse(text.begin(), text.end());
+  } catch (const Json::out_of_range&) {
+    // The parser refuses numbers beyond a double's range (1e400) rather than making them infinite.
+    throw DecodingError(DecodingError::Kind::dataCorrupted, "",
+                        "The given data was not valid JSON (a number is too large for a double).");
   } catch (const Json::parse_error& error) {
     // nlohmann counts the offending byte from 1; point at it.
     size_t offset = error.byte > 0 ? error.byte - 1 : 0;
