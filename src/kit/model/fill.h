@@ -3,6 +3,7 @@
 #pragma once
 
 #include "kit/model/color.h"
+#include "kit/model/enum_names.h"
 
 #include <string>
 #include <variant>
@@ -34,6 +35,12 @@ struct ImageFill {
 
   /// Where an image of `imageSize` lands in `rect`: scaled to cover or to fit, centred.
   Rect placement(Size imageSize, Rect rect) const;
+};
+
+template <>
+struct EnumNames<ImageFill::Fit> {
+  static constexpr std::string_view typeName = "Fit";
+  static constexpr std::array<std::string_view, 2> names = {"cover", "contain"};
 };
 
 struct LinearFill {

@@ -1,0 +1,19 @@
+// FileName: the gate every user-given name passes before it becomes a path component.
+#pragma once
+
+#include <string_view>
+
+namespace vorno {
+
+struct FileName {
+  /// True when `name` is not empty, has at most 128 characters (Unicode scalars), does not begin
+  /// with ".", and holds no "/", no NUL and no line break (U+000A to U+000D, U+0085, U+2028,
+  /// U+2029). Blanks and non-ASCII letters pass.
+  static bool isSafeComponent(std::string_view name);
+
+  /// Throws VornoError::invalid `<what> "<name>" can't be used in a file name: ...` unless `name`
+  /// is a safe component. `what` says what the name is ("Slide id").
+  static void check(std::string_view name, std::string_view what);
+};
+
+}  // namespace vorno

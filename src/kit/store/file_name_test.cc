@@ -1,0 +1,64 @@
+#include "kit/store/file_name.h"
+
+#include "kit/util/vorno_error.h"
+
+#include <gtest/gtest.h>
+
+#include <string>
+
+namespace vorno {
+namespace {
+
+std::string refusal(std::string_view name, std::string_view what) {
+  try {
+    FileName::check(name, what);
+  } catch (const VornoError& error) {
+    EXPECT_EQ(error.kind(), VornoError::Kind::invalid);
+    return error.message();
+  }
+  return "";
+}
+
+TEST(FileName, CheckRefusesHiddenSlashEmptyAnd129CharactersAndAccepts128) {
+  EXPECT_NE(refusal(".hidden", "Slide id"), "");
+  EXPECT_NE(refusal("a/b", "Slide id"), "");
+  EXPECT_NE(refusal("", "Slide id"), "");
+  EXPECT_NE(refusal(std::string(129, 'a'), "Slide id"), "");
+  EXPECT_EQ(refusal(std::string(128, 'a'), "Slide id"), "");
+}
+
+TEST(FileName, RefusalIsTheExactSentence) {
+  EXPECT_EQ(refusal("a/b", "Slide id"),
+            "Slide id \"a/b\" can't be used in a file name: use letters, digits, - and _ (no /, no leading dot).");
+  EXPECT_EQ(refusal("", "Locale"),
+            "Locale \"\" can't be used in a file name: use letters, digits, - and _ (no /, no leading dot).");
+}
+
+TEST(FileName, LineBreaksAndNulAreUnsafe) {
+  for (std::string bad : {"a\nb", "a\rb", "a\vb", "a\fb", "a\xC2\x85" "b", "a\xE2\x80\xA8" "b", "a\xE2\x80\xA9" "b"})
+    EXPECT_FALSE(FileName::isSafeComponent(bad)) << bad;
+  EXPECT_FALSE(FileName::isSafeComponent(std::string("a\0b", 3)));
+}
+
+TEST(FileName, BlanksAndNonAsciiLettersPass) {
+  EXPECT_TRUE(FileName::isSafeComponent("my slide"));
+  EXPECT_TRUE(FileName::isSafeComponent("\xC3\xA9t\xC3\xA9"));  // "été"
+  EXPECT_TRUE(FileName::isSafeComponent("a.b"));
+  EXPECT_TRUE(FileName::isSafeComponent("a\tb"));  // a tab is not a line break
+}
+
+TEST(FileName, LengthCountsCharactersNotBytes) {
+  std::string e128;
+  for (int i = 0; i < 128; ++i) e128 += "\xC3\xA9";  // 128 characters, 256 bytes
+  EXPECT_TRUE(FileName::isSafeComponent(e128));
+  EXPECT_FALSE(FileName::isSafeComponent(e128 + "a"));
+}
+
+TEST(FileName, DotInsideOrAtEndIsFineButNotAtStart) {
+  EXPECT_TRUE(FileName::isSafeComponent("name."));
+  EXPECT_FALSE(FileName::isSafeComponent(".."));
+  EXPECT_FALSE(FileName::isSafeComponent("."));
+}
+
+}  // namespace
+}  // namespace vorno

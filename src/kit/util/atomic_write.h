@@ -1,0 +1,30 @@
+// The one way vorno writes a file a user could see: a reader finds the old bytes or the new ones,
+// never a mix, and a crash leaves the old file whole.
+//
+// How it works: the bytes go to a temporary file beside the target, named ".<name>.<UUID>" so that
+// it is hidden and never taken for the target, are flushed to disk with fsync, and the temporary
+// file is renamed over the target, which the kernel does in one step on one file system. On any
+// failure the temporary file is removed. A process killed between create and rename can leave its
+// temporary file behind; nothing reads those.
+#pragma once
+
+#include <filesystem>
+#include <string_view>
+
+namespace vorno {
+
+/// Replaces (or creates) `target` with `bytes`. The parent folder must exist. A file that already
+/// exists keeps its permission bits. Throws VornoError::io "Couldn't write <target>: <reason>.".
+void atomicWrite(const std::filesystem::path& target, std::string_view bytes);
+
+/// Copies `source` over (or to) `target` the same way, streaming, with the source's permission
+/// bits. Throws VornoError::io "Couldn't read <source>: <reason>." or "Couldn't write <target>: <reason>.".
+void atomicCopy(const std::filesystem::path& source, const std::filesystem::path& target);
+
+/// A fresh name for a temporary file beside `target`: ".<name>.<UUID>".
+std::filesystem::path temporaryPathBeside(const std::filesystem::path& target);
+
+/// A random (version 4) UUID in upper case, "E621E1F8-C36C-495A-93FC-0C247A3E6E5F".
+std::string randomUUID();
+
+}  // namespace vorno
