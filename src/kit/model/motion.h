@@ -10,6 +10,7 @@
 #include <array>
 #include <map>
 #include <optional>
+#include <set>
 #include <string>
 #include <string_view>
 #include <vector>
@@ -68,6 +69,10 @@ struct Keyframe {
   bool operator==(const Keyframe&) const = default;
 };
 
+/// The share of a change that is done at `t`, for `t` clamped to 0...1: cubic in, out or both,
+/// or a hold that stays 0 until `t` reaches 1.
+double applyEase(Ease ease, double t);
+
 /// A sine motion of one property, in whole cycles per loop so that it never seams.
 struct Wave {
   MotionProperty property = MotionProperty::y;
@@ -77,6 +82,10 @@ struct Wave {
 
   bool operator==(const Wave&) const = default;
 };
+
+struct MotionPose;
+struct MotionFrame;
+struct SceneClock;
 
 struct Motion {
   /// The allowed range of a loop's length, in seconds.
@@ -100,6 +109,32 @@ struct Motion {
   std::optional<std::map<std::string, std::vector<Wave>>> waves;       ///< by element id
 
   bool operator==(const Motion&) const = default;
+
+  // Sampling. Every function below is total: any time, any empty field and any negative value
+  // give a defined, finite answer, and the linter speaks of odd input instead.
+
+  /// `duration`, else the scenes' total (negatives as 0) when there are scenes, else 10.
+  double resolvedDuration() const;
+  /// `fps`, else 30.
+  int resolvedFPS() const;
+  /// The loop's length in frames, rounded, at least 1.
+  int frameCount() const;
+  /// The still's time, kept within 0...resolvedDuration.
+  double posterTime() const;
+  /// Every element id that a scene, track, wave or transition names.
+  std::set<std::string> mentionedIDs() const;
+
+  /// The value of one property at `time` along a keyframe track, eased into each keyframe by
+  /// its own ease (in-out when absent); nothing when no keyframe sets the property.
+  static std::optional<double> value(const std::vector<Keyframe>& keyframes, double time, MotionProperty property);
+
+  /// Which scene is on and how far the hand-over to the next has come; nothing without scenes.
+  std::optional<SceneClock> sceneClock(double at) const;
+  /// The hand-over's effect on every element that some scene shows, with this motion's
+  /// transition; ids that no scene names are absent, as they are always there.
+  std::map<std::string, MotionPose> scenePoses(const std::vector<MotionScene>& scenes, double at) const;
+  /// Every element's pose at `at` seconds, looped over the duration.
+  MotionFrame frame(double at) const;
 };
 
 /// The state of one element at one moment.

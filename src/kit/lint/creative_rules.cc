@@ -1,0 +1,240 @@
+// The rules of App Store creatives and of their loops. A creative is a slide on a canvas of its
+// own; in motion it is a video that App Store Connect takes only on some canvases, at some
+// lengths and frame rates, and that should loop calmly without a jump at the seam.
+//
+// Messages with numbers are printf formats, so that seconds read the same everywhere ("5.0 s",
+// "1.10 s") and a seam's values keep three significant digits.
+#include "kit/lint/linter.h"
+
+#include "kit/model/creative.h"
+#include "kit/model/motion.h"
+#include "kit/model/project.h"
+#include "kit/model/store_target.h"
+#include "kit/store/file_name.h"
+
+#include <algorithm>
+#include <cmath>
+#include <cstdarg>
+#include <cstdio>
+#include <set>
+#include <string>
+#include <vector>
+
+namespace vorno {
+namespace {
+
+using Severity = Issue::Severity;
+
+__attribute__((format(printf, 1, 2))) std::string formatted(const char* format, ...) {
+  va_list arguments;
+  va_start(arguments, format);
+  va_list copy;
+  va_copy(copy, arguments);
+  int length = std::vsnprintf(nullptr, 0, format, copy);
+  va_end(copy);
+  std::string text(length > 0 ? static_cast<size_t>(length) : 0, '\0');
+  if (length > 0) std::vsnprintf(text.data(), text.size() + 1, format, arguments);
+  va_end(arguments);
+  return text;
+}
+
+std::string joined(const std::vector<std::string>& parts) {
+  std::string text;
+  for (size_t i = 0; i < parts.size(); ++i) text += (i > 0 ? ", " : "") + parts[i];
+  return text;
+}
+
+constexpr double seamTolerance = 0.000001;
+
+// The ids an element of the creative can be animated by: its free elements, and its own texts
+// and device when it has them.
+std::set<std::string> offeredIDs(const Creative& creative) {
+  const Slide& slide = creative.slide;
+  std::set<std::string> ids;
+  for (const SlideElement& element : slide.elements) ids.insert(element.id);
+  if (slide.eyebrow) ids.insert("eyebrow");
+  if (slide.subhead) ids.insert("subhead");
+  if (!slide.headline.isEmpty()) ids.insert("headline");
+  if (slide.device) ids.insert("device");
+  return ids;
+}
+
+std::optional<double> keyframeValue(const Keyframe& keyframe, MotionProperty property) {
+  switch (property) {
+    case MotionProperty::x: return keyframe.x;
+    case MotionProperty::y: return keyframe.y;
+    case MotionProperty::scale: return keyframe.scale;
+    case MotionProperty::rotation: return keyframe.rotation;
+    case MotionProperty::opacity: return keyframe.opacity;
+  }
+  return std::nullopt;
+}
+
+}  // namespace
+
+std::vector<Issue> Linter::motionIssues(const Motion& motion, const Creative& creative) {
+  const std::string& id = creative.id();
+  std::vector<Issue> issues;
+  auto add = [&](Severity severity, const char* code, std::string message) {
+    Issue issue(severity, code, std::move(message));
+    issue.slide = id;
+    issues.push_back(std::move(issue));
+  };
+  const double d = motion.resolvedDuration();
+
+  // 1. Only the header and search results take video; an unknown canvas is the creative's rule.
+  const StoreTarget* canvas = StoreTarget::canvas(creative.canvas);
+  if (canvas != nullptr && canvas->id == StoreTarget::appStoreUniversal().id)
+    add(Severity::error, "motion.canvas",
+        canvas->name +
+            " art is a still: App Store Connect takes video for the header (ios.header) and search results "
+            "(ios.search-results) only.");
+
+  // 2 to 4. What App Store Connect takes.
+  if (!Motion::durations.contains(d))
+    add(Severity::error, "motion.duration", formatted("The loop runs %.1f s; App Store Connect takes 5–30 s.", d));
+  const int fps = motion.resolvedFPS();
+  if (std::find(Motion::frameRates.begin(), Motion::frameRates.end(), fps) == Motion::frameRates.end())
+    add(Severity::error, "motion.fps", std::to_string(fps) + " fps: App Store Connect takes 30 or 60.");
+  if (motion.poster && (*motion.poster < 0 || *motion.poster > d))
+    add(Severity::warning, "motion.poster", formatted("The poster at %.1f s is outside the %.1f s loop.", *motion.poster, d));
+
+  // 5. Names that animate nothing. The camera is no element: it is the reserved id that moves
+  // the whole picture, so it is always a fair name.
+  const std::set<std::string> offered = offeredIDs(creative);
+  std::set<std::string> named;
+  if (motion.transition && motion.transition->elements)
+    for (const auto& [element, style] : *motion.transition->elements) named.insert(element);
+  if (motion.tracks)
+    for (const auto& [element, keyframes] : *motion.tracks) named.insert(element);
+  if (motion.waves)
+    for (const auto& [element, waves] : *motion.waves) named.insert(element);
+  for (const std::string& element : named) {
+    if (offered.contains(element) || element == Motion::camera) continue;
+    add(Severity::warning, "motion.unknown-id",
+        "Motion names " + element + ", which isn't an element of " + id + ". Ids: " +
+            joined(std::vector<std::string>(offered.begin(), offered.end())) + ".");
+  }
+
+  // 6 to 8. Scenes that line up with the loop and stay long enough to read.
+  const std::vector<MotionScene> noScenes;
+  const std::vector<MotionScene>& scenes = motion.scenes ? *motion.scenes : noScenes;
+  if (!scenes.empty() && motion.duration) {
+    double sum = 0;
+    for (const MotionScene& scene : scenes) sum += scene.duration;
+    if (std::abs(*motion.duration - sum) > 0.01)
+      add(Severity::warning, "motion.scenes",
+          formatted("The scenes add up to %.2f s but duration is %.2f s, so they don't line up with the loop and it "
+                    "jumps. Leave duration out or match it.",
+                    sum, *motion.duration));
+  }
+  double transition = 1.1;
+  if (motion.transition && motion.transition->duration) transition = *motion.transition->duration;
+  transition = std::max(transition, 0.0);
+  if (scenes.size() >= 2 && transition < 0.4)
+    add(Severity::info, "motion.fast",
+        formatted("Transitions of %.2f s read as cuts. Apple asks for calm motion without quick cuts; 0.8–1.2 s reads "
+                  "well.",
+                  transition));
+  for (size_t n = 1; n <= scenes.size(); ++n) {
+    const double duration = scenes[n - 1].duration;
+    if (duration <= 0) {
+      add(Severity::error, "motion.scene", "Scene " + std::to_string(n) + " has no duration.");
+      continue;
+    }
+    // A lone scene never hands over, so all of it is rest.
+    if (scenes.size() < 2) continue;
+    const double rest = duration - transition;
+    if (rest < 1.5)
+      add(Severity::warning, "motion.short",
+          formatted("Scene %d is on screen at rest for %.1f s: too quick to read. Give it at least %.1f s.",
+                    static_cast<int>(n), std::max(rest, 0.0), transition + 1.5));
+  }
+
+  // 9. Keyframes inside the loop, and tracks that end where they start. The map is sorted by id.
+  if (motion.tracks) {
+    for (const auto& [element, track] : *motion.tracks) {
+      for (const Keyframe& keyframe : track)
+        if (keyframe.t < 0 || keyframe.t > d + seamTolerance)
+          add(Severity::warning, "motion.keyframe",
+              formatted("%s has a keyframe at %.2f s, outside the %.1f s loop.", element.c_str(), keyframe.t, d));
+      std::vector<Keyframe> sorted = track;
+      std::stable_sort(sorted.begin(), sorted.end(), [](const Keyframe& a, const Keyframe& b) { return a.t < b.t; });
+      for (MotionProperty property : {MotionProperty::x, MotionProperty::y, MotionProperty::scale,
+                                      MotionProperty::rotation, MotionProperty::opacity}) {
+        bool defined = std::any_of(sorted.begin(), sorted.end(),
+                                   [&](const Keyframe& k) { return keyframeValue(k, property).has_value(); });
+        if (!defined) continue;
+        std::optional<double> start = Motion::value(sorted, 0, property);
+        std::optional<double> end = Motion::value(sorted, d, property);
+        if (!start || !end || std::abs(*start - *end) <= seamTolerance) continue;
+        add(Severity::warning, "motion.seam",
+            formatted("%s's %s is %.3g at the start and %.3g at the end, so the loop jumps. Add a keyframe at %.1f s "
+                      "with the starting value.",
+                      element.c_str(), std::string(rawValue(property)).c_str(), *start, *end, d));
+      }
+    }
+  }
+
+  // 10. Waves loop by whole cycles; fewer than one cannot come back to where it began.
+  if (motion.waves) {
+    for (const auto& [element, waves] : *motion.waves) {
+      bool partial = std::any_of(waves.begin(), waves.end(), [](const Wave& w) { return w.cycles && *w.cycles < 1; });
+      if (partial)
+        add(Severity::error, "motion.wave", element + " has a wave with fewer than 1 cycle: waves loop in whole cycles.");
+    }
+  }
+  return issues;
+}
+
+std::vector<Issue> Linter::creativeIssues(const Project& project) {
+  std::vector<Issue> issues;
+  std::vector<std::string> canvasIDs;
+  for (const StoreTarget& canvas : StoreTarget::canvases()) canvasIDs.push_back(canvas.id);
+
+  std::set<std::string> seen;
+  for (const Creative& creative : project.creatives) {
+    const std::string& id = creative.id();
+    auto add = [&](Severity severity, const char* code, std::string message) {
+      Issue issue(severity, code, std::move(message));
+      issue.slide = id;
+      issues.push_back(std::move(issue));
+    };
+    const StoreTarget* canvas = StoreTarget::canvas(creative.canvas);
+    if (canvas == nullptr || !canvas->isCreative())
+      add(Severity::error, "creative.canvas",
+          "Creative " + id + " is on canvas " + creative.canvas + ", which Vorno doesn't know. Known: " +
+              joined(canvasIDs) + ".");
+    if (!seen.insert(id).second) add(Severity::error, "creative.duplicate-id", "Two creatives share the id " + id + ".");
+    if (project.slide(id) != nullptr)
+      add(Severity::error, "creative.id-taken", "Creative " + id + " has a slide's id. Give it its own, e.g. header or search.");
+    if (!FileName::isSafeComponent(id))
+      add(Severity::error, "creative.id",
+          "Creative id \"" + id + "\" can't be a file name: use letters, digits, - and _ (no /, no leading dot).");
+    if (creative.motion) {
+      std::vector<Issue> motion = motionIssues(*creative.motion, creative);
+      issues.insert(issues.end(), std::make_move_iterator(motion.begin()), std::make_move_iterator(motion.end()));
+    }
+    // Store art is read in every market, so each of the three texts is checked, not the headline
+    // alone; a text left empty on purpose is no finding.
+    const Slide& slide = creative.slide;
+    const std::pair<const char*, const LocalizedText*> texts[] = {
+        {"Headline", &slide.headline},
+        {"Eyebrow", slide.eyebrow ? &*slide.eyebrow : nullptr},
+        {"Subhead", slide.subhead ? &*slide.subhead : nullptr},
+    };
+    for (const std::string& locale : project.locales) {
+      for (const auto& [label, text] : texts) {
+        if (text == nullptr || text->isEmpty() || text->has(locale)) continue;
+        Issue issue(Severity::warning, "text.missing-locale",
+                    std::string(label) + " has no " + locale + " text. Apple asks for every word in store art to be translated.");
+        issue.slide = id;
+        issue.locale = locale;
+        issues.push_back(std::move(issue));
+      }
+    }
+  }
+  return issues;
+}
+
+}  // namespace vorno

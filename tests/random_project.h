@@ -1,0 +1,33 @@
+// Random but valid projects from a seeded generator, for property tests and benchmarks.
+//
+// Every project it makes survives a round trip through its JSON form unchanged: colours are
+// whole bytes, numbers stay within what the readers accept, ids are unique per list, and
+// spreads already span adjacent slides in slide order. `randomEdit` makes a second look of a
+// project the way people do: reworded texts, slides added, dropped and moved, elements changed.
+//
+//   std::mt19937 rng(42);
+//   Project a = randomProject(rng);
+//   Project b = randomEdit(a, rng);
+#pragma once
+
+#include "kit/model/project.h"
+
+#include <random>
+
+namespace vorno {
+
+struct RandomProjectOptions {
+  int maxSlides = 6;
+  int maxElements = 4;  ///< per slide and spread
+  int maxCreatives = 2;
+  int maxVariants = 2;  ///< variants are made with `randomEdit` and `patchFrom`
+};
+
+/// A random valid project.
+Project randomProject(std::mt19937& rng, const RandomProjectOptions& options = {});
+
+/// Another valid look of `project`: a few random edits of its texts, slides, elements, spreads,
+/// creatives and theme. Variants are left as they are.
+Project randomEdit(const Project& project, std::mt19937& rng);
+
+}  // namespace vorno
