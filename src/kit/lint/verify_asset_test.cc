@@ -2,6 +2,8 @@
 
 #include "kit/model/store_target.h"
 
+#include "tests/temp_folder.h"
+
 #include <gtest/gtest.h>
 #include <jpeglib.h>
 #include <spng.h>
@@ -19,23 +21,8 @@ namespace vorno {
 namespace {
 
 namespace fs = std::filesystem;
-
-class TempFolder {
- public:
-  TempFolder() {
-    static std::atomic<int> counter{0};
-    path_ = fs::temp_directory_path() / ("vorno-verify-" + std::to_string(::getpid()) + "-" + std::to_string(counter++));
-    fs::create_directories(path_);
-  }
-  ~TempFolder() {
-    std::error_code ignored;
-    fs::remove_all(path_, ignored);
-  }
-  std::string file(const std::string& name) const { return (path_ / name).string(); }
-
- private:
-  fs::path path_;
-};
+using testing::TempFolder;
+using testing::writeBytes;
 
 // A PNG of zero pixels in the given colour type, with a tRNS chunk when asked.
 std::vector<uint8_t> encodePNG(int width, int height, uint8_t colorType, bool withTRNS = false) {
@@ -104,11 +91,6 @@ std::vector<uint8_t> encodeJPEG(int width, int height) {
   return out;
 }
 
-void write(const std::string& path, const std::vector<uint8_t>& bytes) {
-  std::ofstream out(path, std::ios::binary);
-  out.write(reinterpret_cast<const char*>(bytes.data()), static_cast<std::streamsize>(bytes.size()));
-}
-
 // A slot of the catalogue's shape but a few pixels in size, so the files stay tiny.
 StoreTarget smallSlot() {
   StoreTarget slot = StoreTarget::playPhone();
@@ -131,14 +113,14 @@ std::vector<std::string> codes(const std::vector<Issue>& issues) {
 TEST(VerifyAsset, OpaquePNGOfTheTargetsSizePasses) {
   TempFolder folder;
   std::string path = folder.file("01.png");
-  write(path, encodePNG(1080, 1920, SPNG_COLOR_TYPE_TRUECOLOR));
+  writeBytes(path, encodePNG(1080, 1920, SPNG_COLOR_TYPE_TRUECOLOR));
   EXPECT_TRUE(Linter::verifyAsset(path, StoreTarget::playPhone()).empty());
 }
 
 TEST(VerifyAsset, WrongSizeNamesFileAndTargetSize) {
   TempFolder folder;
   std::string path = folder.file("03.png");
-  write(path, encodePNG(13, 28, SPNG_COLOR_TYPE_TRUECOLOR));
+  writeBytes(path, encodePNG(13, 28, SPNG_COLOR_TYPE_TRUECOLOR));
   std::vector<Issue> issues = Linter::verifyAsset(path, StoreTarget::iphone69());
   ASSERT_EQ(codes(issues), std::vector<std::string>{"asset.size"});
   EXPECT_EQ(issues[0].message, "03.png is 13×28; iPhone 6.9″ needs 1320×2868.");
@@ -147,7 +129,7 @@ TEST(VerifyAsset, WrongSizeNamesFileAndTargetSize) {
 TEST(VerifyAsset, RGBAPNGHasAnAlphaChannel) {
   TempFolder folder;
   std::string path = folder.file("alpha.png");
-  write(path, encodePNG(6, 10, SPNG_COLOR_TYPE_TRUECOLOR_ALPHA));
+  writeBytes(path, encodePNG(6, 10, SPNG_COLOR_TYPE_TRUECOLOR_ALPHA));
   std::vector<Issue> issues = Linter::verifyAsset(path, smallSlot());
   ASSERT_EQ(codes(issues), std::vector<std::string>{"asset.alpha"});
   EXPECT_EQ(issues[0].message, "alpha.png has an alpha channel; stores reject transparency.");
@@ -156,34 +138,34 @@ TEST(VerifyAsset, RGBAPNGHasAnAlphaChannel) {
 TEST(VerifyAsset, GrayWithAlphaPNGHasAnAlphaChannel) {
   TempFolder folder;
   std::string path = folder.file("gray.png");
-  write(path, encodePNG(6, 10, SPNG_COLOR_TYPE_GRAYSCALE_ALPHA));
+  writeBytes(path, encodePNG(6, 10, SPNG_COLOR_TYPE_GRAYSCALE_ALPHA));
   EXPECT_EQ(codes(Linter::verifyAsset(path, smallSlot())), std::vector<std::string>{"asset.alpha"});
 }
 
 TEST(VerifyAsset, TransparencyChunkCountsAsAlpha) {
   TempFolder folder;
   std::string rgb = folder.file("rgb.png");
-  write(rgb, encodePNG(6, 10, SPNG_COLOR_TYPE_TRUECOLOR, true));
+  writeBytes(rgb, encodePNG(6, 10, SPNG_COLOR_TYPE_TRUECOLOR, true));
   EXPECT_EQ(codes(Linter::verifyAsset(rgb, smallSlot())), std::vector<std::string>{"asset.alpha"});
   std::string palette = folder.file("palette.png");
-  write(palette, encodePNG(6, 10, SPNG_COLOR_TYPE_INDEXED, true));
+  writeBytes(palette, encodePNG(6, 10, SPNG_COLOR_TYPE_INDEXED, true));
   EXPECT_EQ(codes(Linter::verifyAsset(palette, smallSlot())), std::vector<std::string>{"asset.alpha"});
 }
 
 TEST(VerifyAsset, OpaqueGrayAndPalettePNGsPass) {
   TempFolder folder;
   std::string gray = folder.file("gray.png");
-  write(gray, encodePNG(6, 10, SPNG_COLOR_TYPE_GRAYSCALE));
+  writeBytes(gray, encodePNG(6, 10, SPNG_COLOR_TYPE_GRAYSCALE));
   EXPECT_TRUE(Linter::verifyAsset(gray, smallSlot()).empty());
   std::string palette = folder.file("palette.png");
-  write(palette, encodePNG(6, 10, SPNG_COLOR_TYPE_INDEXED));
+  writeBytes(palette, encodePNG(6, 10, SPNG_COLOR_TYPE_INDEXED));
   EXPECT_TRUE(Linter::verifyAsset(palette, smallSlot()).empty());
 }
 
 TEST(VerifyAsset, WrongSizeAndAlphaAreBothReportedInOrder) {
   TempFolder folder;
   std::string path = folder.file("both.png");
-  write(path, encodePNG(7, 10, SPNG_COLOR_TYPE_TRUECOLOR_ALPHA));
+  writeBytes(path, encodePNG(7, 10, SPNG_COLOR_TYPE_TRUECOLOR_ALPHA));
   std::vector<Issue> issues = Linter::verifyAsset(path, smallSlot());
   ASSERT_EQ(codes(issues), (std::vector<std::string>{"asset.size", "asset.alpha"}));
   EXPECT_EQ(issues[0].message, "both.png is 7×10; Test slot needs 6×10.");
@@ -199,10 +181,10 @@ TEST(VerifyAsset, MissingFileIsUnreadableAndNothingElseIsChecked) {
 TEST(VerifyAsset, FileThatIsNoImageIsUnreadable) {
   TempFolder folder;
   std::string path = folder.file("notes.png");
-  write(path, {'h', 'e', 'l', 'l', 'o'});
+  writeBytes(path, {'h', 'e', 'l', 'l', 'o'});
   EXPECT_EQ(codes(Linter::verifyAsset(path, smallSlot())), std::vector<std::string>{"asset.unreadable"});
   std::string empty = folder.file("empty.png");
-  write(empty, {});
+  writeBytes(empty, {});
   EXPECT_EQ(codes(Linter::verifyAsset(empty, smallSlot())), std::vector<std::string>{"asset.unreadable"});
 }
 
@@ -212,21 +194,21 @@ TEST(VerifyAsset, PNGCutOffBeforeItsPixelsIsUnreadable) {
   // The signature and the header chunk, and nothing after them.
   bytes.resize(8 + 25);
   std::string path = folder.file("cut.png");
-  write(path, bytes);
+  writeBytes(path, bytes);
   EXPECT_EQ(codes(Linter::verifyAsset(path, smallSlot())), std::vector<std::string>{"asset.unreadable"});
   // A header chunk whose type is no longer IHDR.
   bytes = encodePNG(6, 10, SPNG_COLOR_TYPE_TRUECOLOR);
   bytes[12] ^= 0xff;
-  write(path, bytes);
+  writeBytes(path, bytes);
   EXPECT_EQ(codes(Linter::verifyAsset(path, smallSlot())), std::vector<std::string>{"asset.unreadable"});
 }
 
 TEST(VerifyAsset, JPEGIsReadForItsSizeAndHasNoAlpha) {
   TempFolder folder;
   std::string path = folder.file("photo.jpg");
-  write(path, encodeJPEG(6, 10));
+  writeBytes(path, encodeJPEG(6, 10));
   EXPECT_TRUE(Linter::verifyAsset(path, smallSlot()).empty());
-  write(path, encodeJPEG(8, 10));
+  writeBytes(path, encodeJPEG(8, 10));
   EXPECT_EQ(codes(Linter::verifyAsset(path, smallSlot())), std::vector<std::string>{"asset.size"});
 }
 

@@ -1,5 +1,7 @@
 #include "kit/model/image_sampler.h"
 
+#include "tests/temp_folder.h"
+
 #include <gtest/gtest.h>
 #include <spng.h>
 #include <unistd.h>
@@ -17,25 +19,8 @@ namespace vorno {
 namespace {
 
 namespace fs = std::filesystem;
-
-// A folder of its own per test, removed afterwards.
-class TempFolder {
- public:
-  TempFolder() {
-    static std::atomic<int> counter{0};
-    path_ =
-        fs::temp_directory_path() / ("vorno-sampler-" + std::to_string(::getpid()) + "-" + std::to_string(counter++));
-    fs::create_directories(path_);
-  }
-  ~TempFolder() {
-    std::error_code ignored;
-    fs::remove_all(path_, ignored);
-  }
-  std::string file(const std::string& name) const { return (path_ / name).string(); }
-
- private:
-  fs::path path_;
-};
+using testing::TempFolder;
+using testing::writeBytes;
 
 // An image whose pixel at (x, y) is `paint(x, y)`, straight alpha.
 DecodedImage makeImage(int width, int height, const std::function<std::array<uint8_t, 4>(int, int)>& paint) {

@@ -1,5 +1,7 @@
 #include "kit/render/image_decode.h"
 
+#include "tests/temp_folder.h"
+
 #include <gtest/gtest.h>
 #include <jpeglib.h>
 #include <spng.h>
@@ -14,24 +16,8 @@ namespace vorno {
 namespace {
 
 namespace fs = std::filesystem;
-
-class TempFolder {
- public:
-  TempFolder() {
-    static std::atomic<int> counter{0};
-    path_ =
-        fs::temp_directory_path() / ("vorno-decode-" + std::to_string(::getpid()) + "-" + std::to_string(counter++));
-    fs::create_directories(path_);
-  }
-  ~TempFolder() {
-    std::error_code ignored;
-    fs::remove_all(path_, ignored);
-  }
-  std::string file(const std::string& name) const { return (path_ / name).string(); }
-
- private:
-  fs::path path_;
-};
+using testing::TempFolder;
+using testing::writeBytes;
 
 std::vector<uint8_t> encodePNG(int width, int height, uint8_t colorType, const std::vector<uint8_t>& pixels) {
   spng_ctx* context = spng_ctx_new(SPNG_CTX_ENCODER);
@@ -79,11 +65,6 @@ std::vector<uint8_t> encodeJPEG(int width, int height, int components, const std
   jpeg_destroy_compress(&info);
   free(buffer);
   return out;
-}
-
-void writeBytes(const std::string& path, const std::vector<uint8_t>& bytes) {
-  std::ofstream(path, std::ios::binary)
-      .write(reinterpret_cast<const char*>(bytes.data()), static_cast<std::streamsize>(bytes.size()));
 }
 
 TEST(ImageDecode, PNGKeepsEveryPixelAndStraightAlpha) {
