@@ -10,6 +10,7 @@
 #include "kit/store/file_name.h"
 #include "kit/text/text_markup.h"
 
+#include <nlohmann/json.hpp>
 #include <unicode/uchar.h>
 #include <unicode/unistr.h>
 
@@ -63,11 +64,12 @@ std::vector<const StoreTarget*> checkTargets(const Project& project, std::vector
 // export time; the rest of the lint reads the base project whatever the looks do.
 void checkVariants(const Project& project, std::vector<Issue>& issues) {
   std::set<std::string> seen;
+  const Json baseLook = project.variants.empty() ? Json() : lookJSON(project);
   for (const Variant& variant : project.variants) {
     if (!seen.insert(variant.id).second)
       issues.push_back(issueFor(Severity::error, "variant.duplicate-id", "Two variants share the id " + variant.id + "."));
     try {
-      (void)project.applying(variant);
+      (void)applyingPatch(baseLook, variant);
     } catch (const std::exception& error) {
       issues.push_back(issueFor(Severity::error, "variant.invalid", error.what()));
     }

@@ -115,8 +115,10 @@ VornoError noVariant(std::string_view variantID, const Project& project) {
   return VornoError::notFound("No variant " + std::string(variantID) + ". Variants: " + list + ".");
 }
 
-Project Project::applying(const Variant& variant) const {
-  Json look = merged(lookJSON(*this), variant.patch.json());
+Project Project::applying(const Variant& variant) const { return applyingPatch(lookJSON(*this), variant); }
+
+Project applyingPatch(const Json& baseLook, const Variant& variant) {
+  Json look = merged(baseLook, variant.patch.json());
   Project result;
   try {
     result = decodeProject(look);

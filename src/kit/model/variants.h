@@ -25,6 +25,10 @@ class DecodingError;
 /// a patch.
 Json lookJSON(const Project& project);
 
+/// `Project::applying` on a base already encoded by `lookJSON`: whoever applies many looks to one
+/// base (lint, export of every look) encodes the base once.
+Project applyingPatch(const Json& baseLook, const Variant& variant);
+
 /// The sentence for a look that does not decode: which variant, where, and what is wrong.
 std::string variantDecodingMessage(const std::string& variantID, const DecodingError& error, const Json& document);
 
