@@ -197,7 +197,7 @@ Project Project::merge(const Project& base, const Project& ours, const Project& 
     result = decodeProject(settled.value_or(Json::object()));
   } catch (const DecodingError& error) {
     throw VornoError::invalid("The two edits don't merge into a valid project (" + error.summary() +
-                              "). Reload the project and make the change again.");
+                              "): reload the project and make the change again.");
   }
   result.repairSpreads();
   return result;

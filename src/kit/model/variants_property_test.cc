@@ -28,7 +28,7 @@ Project partnerOf(const Project& a, int index, std::mt19937& rng) {
 
 TEST(VariantsProperty, RandomProjectsRoundTripThroughJSON) {
   std::mt19937 rng(7);
-  for (int i = 0; i < 500; ++i) {
+  for (int i = 0; i < 300; ++i) {
     Project p = randomProject(rng);
     ASSERT_EQ(decodeProject(encodeProject(p)), p) << "project " << i << ": " << encodeProject(p).dump();
   }
@@ -88,7 +88,7 @@ TEST(VariantsProperty, PromotingAndPromotingBackKeepsTheBaseAndEveryLook) {
 
 TEST(VariantsProperty, Merge3TakesTheOnlySideThatChanged) {
   std::mt19937 rng(4242);
-  for (int i = 0; i < 3000; ++i) {
+  for (int i = 0; i < 2000; ++i) {
     Project a = randomProject(rng);
     Project b = partnerOf(a, i, rng);
     Json base = encodeProject(a), changed = encodeProject(b);
