@@ -15,6 +15,8 @@ packages=(
   libcairo2-dev libpango1.0-dev libharfbuzz-dev libfontconfig-dev libfreetype-dev libfribidi-dev libthai-dev
   # Fonts: the system font and the fallbacks for localised art
   fonts-inter fonts-noto-core fonts-noto-cjk fonts-noto-color-emoji
+  # Symbols: outline and filled icons that symbol names map to
+  bootstrap-icons
   # Image codecs, vector images
   libspng-dev libpng-dev libjpeg62-turbo-dev libwebp-dev libtiff-dev libheif-dev libdeflate-dev
   librsvg2-dev libpoppler-glib-dev

@@ -13,7 +13,7 @@
 #include "kit/lint/linter.h"
 #include "kit/model/project.h"
 #include "kit/model/store_target.h"
-#include "kit/text/text_markup.h"
+#include "kit/model/text_markup.h"
 
 #include <unicode/locid.h>
 #include <unicode/regex.h>

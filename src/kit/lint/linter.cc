@@ -8,7 +8,7 @@
 #include "kit/model/store_target.h"
 #include "kit/model/variants.h"
 #include "kit/store/file_name.h"
-#include "kit/text/text_markup.h"
+#include "kit/model/text_markup.h"
 
 #include <nlohmann/json.hpp>
 #include <unicode/uchar.h>

@@ -4,24 +4,13 @@
 
 #include "kit/model/color.h"
 #include "kit/model/enum_names.h"
+#include "kit/util/geometry.h"
 
 #include <string>
 #include <variant>
 #include <vector>
 
 namespace vorno {
-
-struct Size {
-  double width = 0, height = 0;
-  bool operator==(const Size&) const = default;
-};
-
-struct Rect {
-  double x = 0, y = 0, width = 0, height = 0;
-  bool operator==(const Rect&) const = default;
-  double midX() const { return x + width / 2; }
-  double midY() const { return y + height / 2; }
-};
 
 struct ImageFill {
   enum class Fit { cover, contain };

@@ -4,7 +4,7 @@
 #include "kit/model/json_value.h"
 #include "kit/model/project_json.h"
 #include "kit/model/variants.h"
-#include "kit/text/text_markup.h"
+#include "kit/model/text_markup.h"
 
 #include <nlohmann/json.hpp>
 

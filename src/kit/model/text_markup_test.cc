@@ -1,4 +1,4 @@
-#include "kit/text/text_markup.h"
+#include "kit/model/text_markup.h"
 
 #include <gtest/gtest.h>
 
