@@ -1,0 +1,60 @@
+// How long SlideLayoutEngine.layout takes for a typical slide: an eyebrow, a two-line headline
+// with emphasis, a subhead, a device with a capture and two free elements, on one core.
+#include "kit/layout/slide_layout_engine.h"
+#include "kit/model/store_target.h"
+#include "tests/temp_folder.h"
+
+#include <benchmark/benchmark.h>
+#include <cairo.h>
+
+#include <filesystem>
+
+namespace {
+
+using namespace vorno;
+
+struct Fixture {
+  testing::TempFolder folder{"vorno-layout-bench"};
+  Project project;
+
+  Fixture() {
+    std::filesystem::create_directories(folder.path() / "captures/en-US");
+    cairo_surface_t* surface = cairo_image_surface_create(CAIRO_FORMAT_RGB24, 1320, 2868);
+    cairo_surface_write_to_png(surface, (folder.path() / "captures/en-US/home.png").c_str());
+    cairo_surface_destroy(surface);
+
+    Slide slide;
+    slide.id = "week";
+    slide.eyebrow = LocalizedText{{{"en-US", "Shared calendars"}}};
+    slide.headline = LocalizedText{{{"en-US", "Plan the week\nwith **your whole team**"}}};
+    slide.subhead = LocalizedText{{{"en-US", "Everyone sees what's next, on every device."}}};
+    slide.device = DeviceSlot{ScreenshotRef::path("captures/{locale}/home.png")};
+    SlideElement note;
+    note.id = "note";
+    note.kind = SlideElement::Kind::text;
+    note.text = LocalizedText{{{"en-US", "Free for teams of five"}}};
+    note.role = TextRole::caption;
+    SlideElement blob;
+    blob.id = "blob";
+    blob.kind = SlideElement::Kind::shape;
+    blob.shape = ShapeKind::circle;
+    blob.fill = Fill::solid(*RGBColor::fromHex("#FFD60A"));
+    slide.elements = {note, blob};
+    project = Project("Bench", {"en-US"}, {"ios.iphone-6.9"}, Theme::vorno(), {slide}, {});
+  }
+};
+
+void BM_LayoutTypicalSlide(benchmark::State& state) {
+  static Fixture fixture;
+  SlideLayoutEngine engine;
+  const std::string root = fixture.folder.path().string();
+  for (auto _ : state) {
+    ComposedSlide c = engine.layout(fixture.project, root, fixture.project.slides[0], StoreTarget::iphone69(), "en-US");
+    benchmark::DoNotOptimize(c);
+  }
+}
+BENCHMARK(BM_LayoutTypicalSlide)->Unit(benchmark::kMillisecond);
+
+}  // namespace
+
+BENCHMARK_MAIN();
