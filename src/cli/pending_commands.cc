@@ -15,7 +15,6 @@ namespace {
 
 int runMCP(const ParsedArguments&) { notAvailable("mcp"); }
 int runSetup(const ParsedArguments&) { notAvailable("setup"); }
-int runDevices(const ParsedArguments&) { notAvailable("devices"); }
 int runRender(const ParsedArguments&) { notAvailable("render"); }
 int runVideo(const ParsedArguments&) { notAvailable("video"); }
 int runOverview(const ParsedArguments&) { notAvailable("overview"); }

@@ -1,0 +1,89 @@
+#include "kit/devices/corner_radius_cache.h"
+
+#include "kit/devices/screen_shape.h"
+#include "kit/model/coding.h"
+#include "kit/util/atomic_write.h"
+#include "kit/util/json_output.h"
+#include "kit/util/paths.h"
+
+#include <nlohmann/json.hpp>
+#include <sys/stat.h>
+
+#include <fstream>
+#include <sstream>
+
+namespace vorno {
+
+CornerRadiusCache& CornerRadiusCache::shared() {
+  static CornerRadiusCache cache([] {
+    std::filesystem::path folder = userCachesFolder() / "app.vorno";
+    std::error_code ignored;
+    std::filesystem::create_directories(folder, ignored);  // a failure shows later as an unwritten file
+    return folder / "corner-radii.json";
+  }());
+  return cache;
+}
+
+CornerRadiusCache::CornerRadiusCache(std::filesystem::path file) : file_(std::move(file)) {
+  std::ifstream in(file_, std::ios::binary);
+  if (!in) return;
+  std::stringstream text;
+  text << in.rdbuf();
+  Json json;
+  try {
+    json = parseJSON(text.str());  // bounded nesting: a damaged file can't exhaust the stack
+  } catch (const std::exception&) {
+    return;
+  }
+  if (!json.is_object()) return;
+  // Entries that aren't numbers are dropped one by one; the rest of the file stays useful.
+  for (const auto& [key, value] : json.items())
+    if (value.is_number()) values_[key] = value.get<double>();
+}
+
+std::string CornerRadiusCache::key(const std::string& pdfPath, int width, int height, bool mirrored) {
+  struct stat info {};
+  long long seconds = ::stat(pdfPath.c_str(), &info) == 0 ? static_cast<long long>(info.st_mtime) : 0;
+  std::string key = "v2|" + pdfPath + "|" + std::to_string(width) + "x" + std::to_string(height) + "|" +
+                    std::to_string(seconds);
+  if (mirrored) key += "|right";
+  return key;
+}
+
+std::optional<double> CornerRadiusCache::value(const std::string& key) const {
+  std::lock_guard guard(lock_);
+  auto it = values_.find(key);
+  if (it == values_.end()) return std::nullopt;
+  return it->second;
+}
+
+void CornerRadiusCache::setValue(const std::string& key, double radius) {
+  std::lock_guard guard(lock_);
+  values_[key] = radius;
+}
+
+std::optional<double> CornerRadiusCache::radius(const std::string& pdfPath, int width, int height, bool mirrored) {
+  std::string cacheKey = key(pdfPath, width, height, mirrored);
+  if (auto hit = value(cacheKey)) return hit;
+
+  // The fit rasterises the mask a few dozen times: no lock while it runs.
+  auto fitted = ScreenShape::fitCornerRadius(pdfPath, width, height, mirrored);
+  if (!fitted) return std::nullopt;
+
+  Json whole = Json::object();
+  {
+    std::lock_guard guard(lock_);
+    values_[cacheKey] = *fitted;
+    for (const auto& [k, v] : values_) whole[k] = v;
+  }
+  // Two threads may write at once; each writes a whole map and the last one stays, which loses at
+  // most a radius that the next run fits again.
+  try {
+    atomicWrite(file_, documentJSON(whole));
+  } catch (...) {
+    // A cache that can't be written only costs time on the next run.
+  }
+  return fitted;
+}
+
+}  // namespace vorno

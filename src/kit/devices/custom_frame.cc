@@ -1,0 +1,103 @@
+// How a custom frame is measured: the screen of a device image is the transparent region around
+// the image's centre. A four-connected flood fill from the centre pixel over see-through pixels
+// (alpha below 128) finds it, with an explicit stack so a large screen can't overflow the call
+// stack, and one byte per pixel each for the alpha and the visited mark. The screen's corner
+// radius comes from how far the fill stays away from the corner of its bounding box along the
+// diagonal: a circular corner of radius r leaves the corner at r (1 - sqrt(1/2)).
+#include "kit/devices/custom_frame.h"
+
+#include "kit/image/image.h"
+#include "kit/util/vorno_error.h"
+
+#include <cairo.h>
+
+#include <algorithm>
+#include <memory>
+#include <vector>
+
+namespace vorno::CustomFrame {
+namespace {
+
+struct Alpha {
+  int width = 0, height = 0;
+  std::vector<uint8_t> bytes;  // one per pixel, rows packed
+};
+
+// The image's coverage as one byte per pixel, drawn through cairo so every surface format works.
+Alpha alphaOf(cairo_surface_t* source, int width, int height) {
+  std::unique_ptr<cairo_surface_t, decltype(&cairo_surface_destroy)> alpha(
+      cairo_image_surface_create(CAIRO_FORMAT_A8, width, height), cairo_surface_destroy);
+  if (cairo_surface_status(alpha.get()) != CAIRO_STATUS_SUCCESS) throw VornoError::io("Couldn't read the frame image.");
+  cairo_t* cr = cairo_create(alpha.get());
+  cairo_set_source_surface(cr, source, 0, 0);
+  cairo_set_operator(cr, CAIRO_OPERATOR_SOURCE);
+  cairo_paint(cr);
+  bool failed = cairo_status(cr) != CAIRO_STATUS_SUCCESS;
+  cairo_destroy(cr);
+  if (failed) throw VornoError::io("Couldn't read the frame image.");
+  cairo_surface_flush(alpha.get());
+
+  Alpha out{width, height, std::vector<uint8_t>(static_cast<size_t>(width) * height)};
+  const unsigned char* data = cairo_image_surface_get_data(alpha.get());
+  int stride = cairo_image_surface_get_stride(alpha.get());
+  for (int y = 0; y < height; ++y)
+    std::copy_n(data + static_cast<size_t>(y) * stride, width, out.bytes.begin() + static_cast<ptrdiff_t>(y) * width);
+  return out;
+}
+
+}  // namespace
+
+Measurement measureSurface(cairo_surface_t* surface) {
+  if (!surface || cairo_surface_status(surface) != CAIRO_STATUS_SUCCESS ||
+      cairo_surface_get_type(surface) != CAIRO_SURFACE_TYPE_IMAGE)
+    throw VornoError::io("Couldn't read the frame image.");
+  const int W = cairo_image_surface_get_width(surface), H = cairo_image_surface_get_height(surface);
+  if (W < 21 || H < 21) throw VornoError::invalid("The frame image is too small.");
+  Alpha alpha = alphaOf(surface, W, H);
+
+  auto index = [W](int x, int y) { return static_cast<size_t>(y) * W + x; };
+  auto seeThrough = [&](int x, int y) { return alpha.bytes[index(x, y)] < 128; };
+  const int seedX = W / 2, seedY = H / 2;
+  if (!seeThrough(seedX, seedY))
+    throw VornoError::invalid(
+        "The frame image needs a transparent screen: the pixel at its center is opaque. Export the PNG with the "
+        "screen cut out.");
+
+  std::vector<uint8_t> filled(static_cast<size_t>(W) * H, 0);
+  std::vector<std::pair<int, int>> stack{{seedX, seedY}};
+  filled[index(seedX, seedY)] = 1;
+  int minX = seedX, maxX = seedX, minY = seedY, maxY = seedY;
+  while (!stack.empty()) {
+    auto [x, y] = stack.back();
+    stack.pop_back();
+    if (x == 0 || y == 0 || x == W - 1 || y == H - 1)
+      throw VornoError::invalid(
+          "The frame's transparent screen reaches the image edge. The device body must surround the screen.");
+    minX = std::min(minX, x), maxX = std::max(maxX, x);
+    minY = std::min(minY, y), maxY = std::max(maxY, y);
+    const std::pair<int, int> next[4] = {{x + 1, y}, {x - 1, y}, {x, y + 1}, {x, y - 1}};
+    for (auto [nx, ny] : next) {
+      if (filled[index(nx, ny)] || !seeThrough(nx, ny)) continue;
+      filled[index(nx, ny)] = 1;
+      stack.push_back({nx, ny});
+    }
+  }
+
+  Measurement m;
+  m.rect = {minX, minY, maxX - minX + 1, maxY - minY + 1};
+  if (m.rect.width <= W / 4 || m.rect.height <= H / 4)
+    throw VornoError::invalid("The transparent area at the frame's center is too small to be the screen.");
+
+  // Walk the diagonal in from the box's top left corner to the first pixel of the screen.
+  int d = 0;
+  for (; d < H / 2; ++d) {
+    int x = minX + d, y = minY + d;
+    if (x >= W || y >= H || filled[index(x, y)]) break;
+  }
+  m.cornerRadius = d / 0.29289321881345254;
+  return m;
+}
+
+Measurement measure(const Image& image) { return measureSurface(image.surface()); }
+
+}  // namespace vorno::CustomFrame
