@@ -1,5 +1,6 @@
-// Decoding PNG and JPEG files into straight-alpha RGBA, for the thumbnails of image fills and
-// the images that rendering draws. The format is told by the file's first bytes, not its name.
+// Decoding image files into straight-alpha RGBA, for the thumbnails of image fills and the checks
+// that read pixels one by one. The format is told by the file's first bytes, not its name: PNG,
+// JPEG, WebP, TIFF, HEIC. (Drawing code wants an Image instead: Images::load.)
 #pragma once
 
 #include <cstddef>
@@ -11,7 +12,7 @@
 
 namespace vorno {
 
-/// The decoded pixels of a PNG or JPEG file; nothing for a missing, unknown or broken file.
+/// The decoded pixels of an image file; nothing for a missing, unknown or broken file.
 std::optional<DecodedImage> decodeImageFile(const std::string& path);
 /// The same for bytes already in memory.
 std::optional<DecodedImage> decodeImageData(const uint8_t* data, size_t size);
