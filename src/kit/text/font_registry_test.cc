@@ -6,7 +6,9 @@
 
 #include <gtest/gtest.h>
 
+#include <atomic>
 #include <chrono>
+#include <thread>
 #include <cstring>
 #include <fstream>
 #include <iterator>
@@ -131,6 +133,35 @@ TEST(FontRegistry, ProjectFontPathsResolveSymlinks) {
   EXPECT_TRUE(FontRegistry::isProjectFont(real + "/fonts/a.ttf", link));
   EXPECT_FALSE(FontRegistry::isProjectFont(real + "/fonts-extra/a.ttf", real));
   EXPECT_FALSE(FontRegistry::isProjectFont("/usr/share/fonts/opentype/inter/Inter-Bold.otf", real));
+}
+
+TEST(FontRegistry, RegistrationWhileOtherThreadsLayText) {
+  testing::TempFolder folder("vorno-fonts");
+  std::string root = package(folder, "Tnter", "Tnter.otf");
+  TextLayout::Style style;
+  style.size = 60;
+  style.weight = FontWeight::bold;
+  style.family = "Tnter";
+  std::atomic<bool> registered{false};
+  std::vector<std::thread> threads;
+  for (int t = 0; t < 4; ++t) {
+    threads.emplace_back([&] {
+      // Until registration the family falls back to the system font; once it is done, every
+      // thread's next layout uses the package's face.
+      for (int i = 0; i < 400; ++i) {
+        bool after = registered.load();
+        LaidText laid(TextLayout::attributed("Concurrent " + std::to_string(i), style), 800);
+        EXPECT_EQ(laid.lines().size(), 1u);
+        if (after) EXPECT_EQ(laid.faceFamilyAt(0), "Tnter");
+      }
+    });
+  }
+  std::this_thread::sleep_for(std::chrono::milliseconds(5));
+  FontRegistry::registerFonts(root);
+  registered = true;
+  for (auto& thread : threads) thread.join();
+  LaidText laid(TextLayout::attributed("After", style), 800);
+  EXPECT_EQ(laid.faceFamilyAt(0), "Tnter");
 }
 
 TEST(FontSource, SanFranciscoIsTheSystemFontWithoutAnyLookup) {
