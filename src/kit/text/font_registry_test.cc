@@ -152,7 +152,9 @@ TEST(FontRegistry, RegistrationWhileOtherThreadsLayText) {
         bool after = registered.load();
         LaidText laid(TextLayout::attributed("Concurrent " + std::to_string(i), style), 800);
         EXPECT_EQ(laid.lines().size(), 1u);
-        if (after) EXPECT_EQ(laid.faceFamilyAt(0), "Tnter");
+        if (after) {
+          EXPECT_EQ(laid.faceFamilyAt(0), "Tnter");
+        }
       }
     });
   }
