@@ -8,7 +8,7 @@
 #include "kit/lint/linter.h"
 
 #include "kit/model/store_target.h"
-#include "kit/render/image_decode.h"
+#include "kit/image/image_decode.h"
 
 #include <spng.h>
 

@@ -13,7 +13,7 @@
 #include <functional>
 
 #include "kit/model/fill.h"
-#include "kit/render/image_decode.h"
+#include "kit/image/image_decode.h"
 
 namespace vorno {
 namespace {

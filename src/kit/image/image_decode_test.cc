@@ -1,12 +1,12 @@
-#include "kit/render/image_decode.h"
+#include "kit/image/image_decode.h"
 
+#include "kit/image/image_test_support.h"
 #include "tests/temp_folder.h"
 
 #include <gtest/gtest.h>
-#include <jpeglib.h>
-#include <spng.h>
 #include <unistd.h>
 
+#include <array>
 #include <atomic>
 #include <cstdio>
 #include <filesystem>
@@ -18,54 +18,8 @@ namespace {
 namespace fs = std::filesystem;
 using testing::TempFolder;
 using testing::writeBytes;
-
-std::vector<uint8_t> encodePNG(int width, int height, uint8_t colorType, const std::vector<uint8_t>& pixels) {
-  spng_ctx* context = spng_ctx_new(SPNG_CTX_ENCODER);
-  spng_set_option(context, SPNG_ENCODE_TO_BUFFER, 1);
-  spng_ihdr header{};
-  header.width = static_cast<uint32_t>(width);
-  header.height = static_cast<uint32_t>(height);
-  header.bit_depth = 8;
-  header.color_type = colorType;
-  spng_set_ihdr(context, &header);
-  int error = spng_encode_image(context, pixels.data(), pixels.size(), SPNG_FMT_PNG, SPNG_ENCODE_FINALIZE);
-  EXPECT_EQ(error, 0);
-  size_t size = 0;
-  void* bytes = spng_get_png_buffer(context, &size, &error);
-  std::vector<uint8_t> out(static_cast<uint8_t*>(bytes), static_cast<uint8_t*>(bytes) + size);
-  free(bytes);
-  spng_ctx_free(context);
-  return out;
-}
-
-// A baseline JPEG of one colour, made with the same library the decoder uses.
-std::vector<uint8_t> encodeJPEG(int width, int height, int components, const std::vector<uint8_t>& pixel) {
-  jpeg_compress_struct info{};
-  jpeg_error_mgr error{};
-  info.err = jpeg_std_error(&error);
-  jpeg_create_compress(&info);
-  unsigned char* buffer = nullptr;
-  unsigned long size = 0;
-  jpeg_mem_dest(&info, &buffer, &size);
-  info.image_width = static_cast<JDIMENSION>(width);
-  info.image_height = static_cast<JDIMENSION>(height);
-  info.input_components = components;
-  info.in_color_space = components == 1 ? JCS_GRAYSCALE : JCS_RGB;
-  jpeg_set_defaults(&info);
-  jpeg_set_quality(&info, 95, TRUE);
-  jpeg_start_compress(&info, TRUE);
-  std::vector<uint8_t> row;
-  for (int x = 0; x < width; ++x) row.insert(row.end(), pixel.begin(), pixel.end());
-  while (info.next_scanline < info.image_height) {
-    JSAMPROW rows[1] = {row.data()};
-    jpeg_write_scanlines(&info, rows, 1);
-  }
-  jpeg_finish_compress(&info);
-  std::vector<uint8_t> out(buffer, buffer + size);
-  jpeg_destroy_compress(&info);
-  free(buffer);
-  return out;
-}
+using testing::encodeJPEG;
+using testing::encodePNG;
 
 TEST(ImageDecode, PNGKeepsEveryPixelAndStraightAlpha) {
   std::vector<uint8_t> pixels = {255, 0, 0, 255, 0, 255, 0, 128, 0, 0, 255, 0, 10, 20, 30, 40};
@@ -119,6 +73,75 @@ TEST(ImageDecode, FormatIsToldByContentNotName) {
   EXPECT_EQ(image->rgba[0], 7);
 }
 
+TEST(ImageDecode, WebPLosslessKeepsEveryPixelAndStraightAlpha) {
+  std::vector<uint8_t> pixels = {255, 0, 0, 255, 0, 255, 0, 128, 0, 0, 255, 0, 10, 20, 30, 40};
+  auto bytes = testing::encodeWebP(2, 2, pixels, true);
+  auto image = decodeImageData(bytes.data(), bytes.size());
+  ASSERT_TRUE(image);
+  EXPECT_EQ(image->width, 2);
+  EXPECT_EQ(image->height, 2);
+  // Lossless WebP may drop the colour of fully transparent pixels; the rest is exact.
+  EXPECT_EQ(std::vector<uint8_t>(image->rgba.begin(), image->rgba.begin() + 8),
+            std::vector<uint8_t>(pixels.begin(), pixels.begin() + 8));
+  EXPECT_EQ(image->rgba[11], 0);
+  EXPECT_EQ(std::vector<uint8_t>(image->rgba.begin() + 12, image->rgba.end()),
+            std::vector<uint8_t>(pixels.begin() + 12, pixels.end()));
+}
+
+TEST(ImageDecode, WebPLossyDecodesToNearlyItsColour) {
+  auto pixels = testing::rgbaPixels(32, 16, [](int, int) { return std::array<uint8_t, 4>{40, 160, 220, 255}; });
+  auto bytes = testing::encodeWebP(32, 16, pixels, false);
+  auto image = decodeImageData(bytes.data(), bytes.size());
+  ASSERT_TRUE(image);
+  EXPECT_EQ(image->width, 32);
+  EXPECT_EQ(image->height, 16);
+  EXPECT_NEAR(image->rgba[0], 40, 6);
+  EXPECT_NEAR(image->rgba[1], 160, 6);
+  EXPECT_NEAR(image->rgba[2], 220, 6);
+  EXPECT_EQ(image->rgba[3], 255);
+}
+
+TEST(ImageDecode, TIFFWithUnassociatedAlphaComesBackStraight) {
+  std::vector<uint8_t> pixels = {255, 0, 0, 255, 0, 255, 0, 128, 200, 100, 50, 255, 10, 20, 30, 0};
+  TempFolder folder;
+  std::string path = folder.file("scan.tif");
+  ASSERT_TRUE(testing::writeTIFF(path, 2, 2, pixels));
+  auto image = decodeImageFile(path);
+  ASSERT_TRUE(image);
+  EXPECT_EQ(image->width, 2);
+  EXPECT_EQ(image->height, 2);
+  EXPECT_EQ(std::vector<uint8_t>(image->rgba.begin(), image->rgba.begin() + 4), (std::vector<uint8_t>{255, 0, 0, 255}));
+  // Half-transparent green: libtiff premultiplies, we divide back, within rounding.
+  EXPECT_EQ(image->rgba[4], 0);
+  EXPECT_NEAR(image->rgba[5], 255, 1);
+  EXPECT_EQ(image->rgba[7], 128);
+  EXPECT_EQ(std::vector<uint8_t>(image->rgba.begin() + 8, image->rgba.begin() + 12),
+            (std::vector<uint8_t>{200, 100, 50, 255}));
+  EXPECT_EQ(image->rgba[15], 0);
+}
+
+TEST(ImageDecode, HEICDecodesToNearlyItsColour) {
+  TempFolder folder;
+  std::string path = folder.file("photo.heic");
+  if (!testing::writeHEIC(path, 64, 48, 30, 140, 200)) GTEST_SKIP() << "libheif has no HEVC encoder here";
+  auto image = decodeImageFile(path);
+  ASSERT_TRUE(image);
+  EXPECT_EQ(image->width, 64);
+  EXPECT_EQ(image->height, 48);
+  const uint8_t* middle = &image->rgba[(24 * 64 + 32) * 4];
+  EXPECT_NEAR(middle[0], 30, 8);
+  EXPECT_NEAR(middle[1], 140, 8);
+  EXPECT_NEAR(middle[2], 200, 8);
+  EXPECT_EQ(middle[3], 255);
+}
+
+TEST(ImageDecode, RecordingIsNotAStillImage) {
+  // An MPEG-4 file type box names the brand "isom": libheif says no, so it is no image.
+  std::vector<uint8_t> bytes = {0, 0, 0, 0x18, 'f', 't', 'y', 'p', 'i', 's', 'o', 'm', 0, 0, 2, 0,
+                                'i', 's', 'o', 'm', 'm', 'p', '4', '1'};
+  EXPECT_FALSE(decodeImageData(bytes.data(), bytes.size()).has_value());
+}
+
 TEST(ImageDecode, TextFileIsNotAnImage) {
   TempFolder folder;
   std::string path = folder.file("notes.png");
@@ -168,6 +191,26 @@ TEST(ImageDecode, InstalledLoaderFeedsTheSharedSampler) {
   EXPECT_EQ(thumbnail->width, 48);
   EXPECT_EQ(thumbnail->height, 48);
   EXPECT_EQ(thumbnail->pixel(5, 5)[0], 60);
+}
+
+}  // namespace
+}  // namespace vorno
+
+namespace vorno {
+namespace {
+
+TEST(ImageDecode, InstalledLoaderDrawsVectorFills) {
+  testing::TempFolder folder;
+  std::string path = folder.file("art.svg");
+  std::ofstream(path) << R"(<svg xmlns="http://www.w3.org/2000/svg" width="96" height="48">)"
+                      << R"(<rect width="96" height="48" fill="#00ff00"/></svg>)";
+  installImageLoaders();
+  auto thumbnail = ImageSampler::shared().thumbnail(path);
+  ASSERT_TRUE(thumbnail);
+  EXPECT_EQ(thumbnail->width, 48);
+  EXPECT_EQ(thumbnail->height, 24);
+  EXPECT_EQ(thumbnail->pixel(10, 10)[1], 255);
+  EXPECT_EQ(thumbnail->pixel(10, 10)[0], 0);
 }
 
 }  // namespace

@@ -1,0 +1,22 @@
+// A Gaussian blur of premultiplied ARGB pixels: three box blurs in each direction, which come
+// within a few percent of the true curve at a cost that doesn't grow with the radius. Outside the
+// image counts as transparent, and the result is cropped to the source, so edges soften into
+// transparency the way a blurred layer does.
+#pragma once
+
+#include "kit/image/image.h"
+
+#include <cstdint>
+
+namespace vorno {
+
+/// Blurs in place. `pixels` are native-endian premultiplied ARGB32 words, `stride` bytes a row;
+/// `radius` is the standard deviation in pixels. Below 0.1 nothing changes. Returns false when
+/// scratch memory can't be had (the pixels are then left as they were).
+bool blurARGB32(uint8_t* pixels, int width, int height, int stride, double radius);
+
+/// A blurred copy of `image` (always ARGB32, since the edges become transparent); the image
+/// itself for a radius below 0.1, and a null Image when memory runs out.
+Image blurred(const Image& image, double radius);
+
+}  // namespace vorno

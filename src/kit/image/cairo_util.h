@@ -1,0 +1,45 @@
+// Small bridges between our geometry types and cairo: paths, colours, and owners of cairo
+// objects that release them on every way out of a scope.
+#pragma once
+
+#include "kit/model/color.h"
+#include "kit/util/geometry.h"
+#include "kit/util/path.h"
+
+#include <memory>
+
+typedef struct _cairo cairo_t;
+typedef struct _cairo_surface cairo_surface_t;
+typedef struct _cairo_pattern cairo_pattern_t;
+
+namespace vorno {
+
+/// Adds `path` to the context's current path, in user space.
+void appendPath(cairo_t* cr, const Path& path);
+/// Sets a solid source of `color`, alpha included.
+void setColor(cairo_t* cr, RGBColor color);
+/// Adds a rectangle to the current path.
+void addRect(cairo_t* cr, const Rect& rect);
+
+struct CairoRelease {
+  void operator()(cairo_t* cr) const;
+  void operator()(cairo_surface_t* surface) const;
+  void operator()(cairo_pattern_t* pattern) const;
+};
+using CairoContextPtr = std::unique_ptr<cairo_t, CairoRelease>;
+using CairoSurfacePtr = std::unique_ptr<cairo_surface_t, CairoRelease>;
+using CairoPatternPtr = std::unique_ptr<cairo_pattern_t, CairoRelease>;
+
+/// cairo_save on construction, cairo_restore on destruction.
+class CairoSaved {
+ public:
+  explicit CairoSaved(cairo_t* cr);
+  ~CairoSaved();
+  CairoSaved(const CairoSaved&) = delete;
+  CairoSaved& operator=(const CairoSaved&) = delete;
+
+ private:
+  cairo_t* cr_;
+};
+
+}  // namespace vorno

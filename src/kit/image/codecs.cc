@@ -1,0 +1,76 @@
+#include "kit/image/codecs.h"
+
+#include <libheif/heif.h>
+#include <sys/stat.h>
+
+#include <algorithm>
+#include <cstring>
+
+namespace vorno::codecs {
+namespace {
+
+// "maybe" covers the generic "mif1" brand, which still images carry as their main brand.
+bool isStillImageBrand(const uint8_t* data, size_t size) {
+  heif_filetype_result result = heif_check_filetype(data, static_cast<int>(std::min<size_t>(size, 1 << 20)));
+  return result == heif_filetype_yes_supported || result == heif_filetype_maybe;
+}
+
+}  // namespace
+
+std::optional<RGBAPixels> RGBAPixels::allocate(uint64_t width, uint64_t height) {
+  if (!acceptableSize(width, height)) return std::nullopt;
+  RGBAPixels pixels;
+  pixels.width = static_cast<int>(width);
+  pixels.height = static_cast<int>(height);
+  pixels.bytes.reset(static_cast<uint8_t*>(std::malloc(pixels.byteCount())));
+  if (!pixels.bytes) return std::nullopt;
+  return pixels;
+}
+
+Format sniff(const uint8_t* data, size_t size) {
+  if (!data) return Format::unknown;
+  static const uint8_t png[8] = {0x89, 'P', 'N', 'G', '\r', '\n', 0x1A, '\n'};
+  if (size >= 8 && std::equal(png, png + 8, data)) return Format::png;
+  if (size >= 3 && data[0] == 0xFF && data[1] == 0xD8 && data[2] == 0xFF) return Format::jpeg;
+  if (size >= 12 && std::memcmp(data, "RIFF", 4) == 0 && std::memcmp(data + 8, "WEBP", 4) == 0) return Format::webp;
+  if (size >= 4 && ((data[0] == 'I' && data[1] == 'I' && (data[2] == 42 || data[2] == 43) && data[3] == 0) ||
+                    (data[0] == 'M' && data[1] == 'M' && data[2] == 0 && (data[3] == 42 || data[3] == 43))))
+    return Format::tiff;
+  // ISO media files: libheif knows which brands are still images (a .mov or .mp4 is not).
+  if (size >= 12 && std::memcmp(data + 4, "ftyp", 4) == 0 &&
+      isStillImageBrand(data, size))
+    return Format::heif;
+  return Format::unknown;
+}
+
+std::optional<RGBAPixels> decode(const uint8_t* data, size_t size) {
+  switch (sniff(data, size)) {
+    case Format::png: return decodePNG(data, size);
+    case Format::jpeg: return decodeJPEG(data, size);
+    case Format::webp: return decodeWebP(data, size);
+    case Format::tiff: return decodeTIFF(data, size);
+    case Format::heif: return decodeHEIF(data, size);
+    case Format::unknown: break;
+  }
+  return std::nullopt;
+}
+
+std::optional<std::vector<uint8_t>> readFile(const std::string& path) {
+  // Plain C reading: a folder or an unreadable file must be "no image", never an exception.
+  std::unique_ptr<FILE, decltype(&std::fclose)> file(std::fopen(path.c_str(), "rb"), &std::fclose);
+  if (!file) return std::nullopt;
+  struct stat info {};
+  if (fstat(fileno(file.get()), &info) != 0 || !S_ISREG(info.st_mode)) return std::nullopt;
+  std::vector<uint8_t> bytes;
+  bytes.reserve(static_cast<size_t>(info.st_size));
+  uint8_t chunk[1 << 16];
+  for (;;) {
+    size_t count = std::fread(chunk, 1, sizeof chunk, file.get());
+    bytes.insert(bytes.end(), chunk, chunk + count);
+    if (count < sizeof chunk) break;
+  }
+  if (std::ferror(file.get())) return std::nullopt;
+  return bytes;
+}
+
+}  // namespace vorno::codecs

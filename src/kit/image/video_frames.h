@@ -1,0 +1,30 @@
+// VideoFrames: frames of screen recordings used as pictures. A path of the form
+// "<recording>@t=<seconds>" names the frame of a .mov, .mp4 or .m4v at that time; motion
+// rendering writes such paths, and the caches send them here instead of to the decoders.
+#pragma once
+
+#include "kit/util/geometry.h"
+
+#include <array>
+#include <optional>
+#include <string>
+#include <string_view>
+#include <utility>
+
+namespace vorno {
+
+class VideoFrames {
+ public:
+  /// Lower-cased extensions of recordings that can stand in for a still.
+  static constexpr std::array<std::string_view, 3> extensions = {"mov", "mp4", "m4v"};
+
+  /// True when the lower-cased extension of `path` is one of `extensions`.
+  static bool isRecording(const std::string& path);
+  /// "<path>@t=<seconds>" split into the path and the time; nothing for any other text.
+  static std::optional<std::pair<std::string, double>> parse(const std::string& stamp);
+  /// The size of the recording's pictures as shown: the video track's size, turned by the
+  /// track's rotation. Reads the container's headers only; nothing for an unplayable file.
+  static std::optional<Size> pixelSize(const std::string& path);
+};
+
+}  // namespace vorno
