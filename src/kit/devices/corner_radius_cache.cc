@@ -70,14 +70,18 @@ std::optional<double> CornerRadiusCache::radius(const std::string& pdfPath, int 
   auto fitted = ScreenShape::fitCornerRadius(pdfPath, width, height, mirrored);
   if (!fitted) return std::nullopt;
 
-  Json whole = Json::object();
   {
     std::lock_guard guard(lock_);
     values_[cacheKey] = *fitted;
+  }
+  // Writers take turns, and each copies the map only once it holds its turn, so the file written
+  // last always holds every radius fitted so far. The map's own lock is held for the copy only.
+  std::lock_guard writing(writeLock_);
+  Json whole = Json::object();
+  {
+    std::lock_guard guard(lock_);
     for (const auto& [k, v] : values_) whole[k] = v;
   }
-  // Two threads may write at once; each writes a whole map and the last one stays, which loses at
-  // most a radius that the next run fits again.
   try {
     atomicWrite(file_, documentJSON(whole));
   } catch (...) {

@@ -38,8 +38,9 @@ class CornerRadiusCache {
 
  private:
   std::filesystem::path file_;
-  mutable std::mutex lock_;
+  mutable std::mutex lock_;  ///< guards values_ only
   std::map<std::string, double> values_;
+  std::mutex writeLock_;  ///< one file write at a time, never held while fitting
 };
 
 }  // namespace vorno

@@ -10,6 +10,8 @@
 #include <cstdlib>
 #include <fstream>
 #include <sstream>
+#include <thread>
+#include <vector>
 
 namespace vorno {
 namespace {
@@ -57,6 +59,29 @@ TEST(CornerRadiusCacheFit, FitsOnceWritesTheFileAndAFreshCacheReadsIt) {
   std::ofstream(file) << written.dump();
   CornerRadiusCache again(file);
   EXPECT_EQ(again.radius(pdf, 402, 874, false), 12.5);
+}
+
+TEST(CornerRadiusCacheFit, ThreadsFittingAtOnceAllGetTheAnswer) {
+  TempFolder folder;
+  std::vector<std::string> masks;
+  for (int i = 0; i < 3; ++i) {
+    masks.push_back(folder.file("mask" + std::to_string(i) + ".pdf"));
+    writeMaskPDF(masks.back(), 400 + 20 * i, 860, 40 + 10 * i);
+  }
+  CornerRadiusCache cache(folder.file("corner-radii.json"));
+  // Six threads over three masks: two threads fit each key at the same time, without a lock.
+  std::vector<std::optional<double>> results(6);
+  std::vector<std::thread> threads;
+  for (int t = 0; t < 6; ++t)
+    threads.emplace_back([&, t] { results[t] = cache.radius(masks[t % 3], 400 + 20 * (t % 3), 860, false); });
+  for (auto& thread : threads) thread.join();
+  for (int t = 0; t < 6; ++t) {
+    ASSERT_TRUE(results[t]) << t;
+    EXPECT_NEAR(*results[t], 40 + 10 * (t % 3), 1.0) << t;
+    EXPECT_EQ(results[t], results[t % 3]) << t;
+  }
+  nlohmann::json written = nlohmann::json::parse(contents(folder.file("corner-radii.json")));
+  EXPECT_EQ(written.size(), 3u);
 }
 
 TEST(CornerRadiusCacheFit, UnreadableMaskStoresNothing) {

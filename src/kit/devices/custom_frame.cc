@@ -4,15 +4,23 @@
 // stack, and one byte per pixel each for the alpha and the visited mark. The screen's corner
 // radius comes from how far the fill stays away from the corner of its bounding box along the
 // diagonal: a circular corner of radius r leaves the corner at r (1 - sqrt(1/2)).
+//
+// Made frames are cached by path and modification time under a lock; two threads may measure the
+// same file at once, and the last result stays.
 #include "kit/devices/custom_frame.h"
 
+#include "kit/image/cairo_util.h"
 #include "kit/image/image.h"
+#include "kit/image/image_cache.h"
+#include "kit/image/images.h"
 #include "kit/util/vorno_error.h"
 
 #include <cairo.h>
 
 #include <algorithm>
-#include <memory>
+#include <filesystem>
+#include <map>
+#include <mutex>
 #include <vector>
 
 namespace vorno::CustomFrame {
@@ -25,16 +33,15 @@ struct Alpha {
 
 // The image's coverage as one byte per pixel, drawn through cairo so every surface format works.
 Alpha alphaOf(cairo_surface_t* source, int width, int height) {
-  std::unique_ptr<cairo_surface_t, decltype(&cairo_surface_destroy)> alpha(
-      cairo_image_surface_create(CAIRO_FORMAT_A8, width, height), cairo_surface_destroy);
+  CairoSurfacePtr alpha(cairo_image_surface_create(CAIRO_FORMAT_A8, width, height));
   if (cairo_surface_status(alpha.get()) != CAIRO_STATUS_SUCCESS) throw VornoError::io("Couldn't read the frame image.");
-  cairo_t* cr = cairo_create(alpha.get());
-  cairo_set_source_surface(cr, source, 0, 0);
-  cairo_set_operator(cr, CAIRO_OPERATOR_SOURCE);
-  cairo_paint(cr);
-  bool failed = cairo_status(cr) != CAIRO_STATUS_SUCCESS;
-  cairo_destroy(cr);
-  if (failed) throw VornoError::io("Couldn't read the frame image.");
+  {
+    CairoContextPtr cr(cairo_create(alpha.get()));
+    cairo_set_source_surface(cr.get(), source, 0, 0);
+    cairo_set_operator(cr.get(), CAIRO_OPERATOR_SOURCE);
+    cairo_paint(cr.get());
+    if (cairo_status(cr.get()) != CAIRO_STATUS_SUCCESS) throw VornoError::io("Couldn't read the frame image.");
+  }
   cairo_surface_flush(alpha.get());
 
   Alpha out{width, height, std::vector<uint8_t>(static_cast<size_t>(width) * height)};
@@ -99,5 +106,54 @@ Measurement measureSurface(cairo_surface_t* surface) {
 }
 
 Measurement measure(const Image& image) { return measureSurface(image.surface()); }
+
+namespace {
+
+std::mutex cacheLock;
+std::map<std::string, DeviceFrame>& cache() {
+  static std::map<std::string, DeviceFrame> frames;
+  return frames;
+}
+
+}  // namespace
+
+DeviceFrame load(const std::string& path, const std::string& id, Platform platform) {
+  // The file's time is in the key, so a changed file under the same path is measured again.
+  auto time = Images::modificationTime(path);
+  std::string key = path + "|" + (time ? std::to_string(*time) : std::string("-"));
+  {
+    std::lock_guard guard(cacheLock);
+    auto it = cache().find(key);
+    if (it != cache().end()) {
+      DeviceFrame hit = it->second;
+      hit.id = id;
+      hit.platform = platform;
+      return hit;
+    }
+  }
+
+  Image image = ImageCache::shared().image(path);
+  Measurement m = measure(image);
+  int shorter = std::min(m.rect.width, m.rect.height), longer = std::max(m.rect.width, m.rect.height);
+
+  DeviceFrame frame;
+  frame.id = id;
+  frame.name = std::filesystem::path(path).stem().string();
+  frame.platform = platform;
+  frame.family = static_cast<double>(shorter) / longer > 0.6 ? DeviceFamily::tablet : DeviceFamily::phone;
+  frame.screenWidth = m.rect.width;
+  frame.screenHeight = m.rect.height;
+  frame.scale = 1;  // the image's pixels are the frame's units
+  frame.screenCornerRadius = m.cornerRadius;
+  frame.spec.defaultFinish = "black";
+  frame.source = DeviceFrame::Source::custom;
+  frame.overlay = DeviceFrame::Overlay{path, cairo_image_surface_get_width(image.surface()),
+                                       cairo_image_surface_get_height(image.surface()), m.rect.x, m.rect.y};
+  {
+    std::lock_guard guard(cacheLock);
+    cache()[key] = frame;  // two threads measuring one file at once: the last result stays
+  }
+  return frame;
+}
 
 }  // namespace vorno::CustomFrame

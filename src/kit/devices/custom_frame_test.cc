@@ -1,10 +1,13 @@
 #include "kit/devices/custom_frame.h"
 
 #include "kit/util/vorno_error.h"
+#include "tests/temp_folder.h"
 
 #include <cairo.h>
 #include <gtest/gtest.h>
 
+#include <chrono>
+#include <filesystem>
 #include <functional>
 #include <memory>
 
@@ -118,6 +121,56 @@ TEST(CustomFrameMeasure, RectangularScreenGivesRadiusZeroAndRoundOneItsRadius) {
   auto rounded = CustomFrame::measureSurface(round.get());
   EXPECT_EQ(rounded.rect, (CustomFrame::Measurement::PixelRect{30, 40, 240, 520}));
   EXPECT_NEAR(rounded.cornerRadius, 40, 4);  // one pixel on the diagonal is 3.4 pixels of radius
+}
+
+// A device image with a rectangular screen cut out, written as a PNG.
+void writeFrame(const std::string& path, int width, int height, int inset) {
+  auto image = frameImage(width, height, [&](cairo_t* cr) {
+    cairo_rectangle(cr, inset, inset, width - 2 * inset, height - 2 * inset);
+    cairo_fill(cr);
+  });
+  ASSERT_EQ(cairo_surface_write_to_png(image.get(), path.c_str()), CAIRO_STATUS_SUCCESS);
+}
+
+TEST(CustomFrameLoad, MakesAnOverlayFrameNamedAfterTheFile) {
+  testing::TempFolder folder;
+  std::string path = folder.file("My Phone.png");
+  writeFrame(path, 400, 800, 20);
+  DeviceFrame frame = CustomFrame::load(path, "frames/My Phone.png", Platform::android);
+  EXPECT_EQ(frame.id, "frames/My Phone.png");
+  EXPECT_EQ(frame.name, "My Phone");
+  EXPECT_EQ(frame.platform, Platform::android);
+  EXPECT_EQ(frame.family, DeviceFamily::phone);
+  EXPECT_EQ(frame.screenWidth, 360);
+  EXPECT_EQ(frame.screenHeight, 760);
+  EXPECT_EQ(frame.scale, 1);
+  EXPECT_EQ(frame.screenCornerRadius, 0);
+  EXPECT_EQ(frame.source, DeviceFrame::Source::custom);
+  EXPECT_EQ(frame.overlay, (DeviceFrame::Overlay{path, 400, 800, 20, 20}));
+  EXPECT_EQ(frame.spec.bezel, 0);
+  EXPECT_EQ(frame.spec.band, 0);
+  EXPECT_EQ(frame.spec.defaultFinish, "black");
+  EXPECT_TRUE(frame.spec.finishes.empty());
+  EXPECT_FALSE(frame.maskPDFPath);
+
+  EXPECT_THROW(CustomFrame::load(folder.file("missing.png"), "x", Platform::ios), VornoError);
+}
+
+TEST(CustomFrameLoad, AChangedFileUnderTheSamePathIsMeasuredAgain) {
+  testing::TempFolder folder;
+  std::string path = folder.file("frame.png");
+  writeFrame(path, 400, 800, 20);
+  EXPECT_EQ(CustomFrame::load(path, "f", Platform::ios).screenWidth, 360);
+  EXPECT_EQ(CustomFrame::load(path, "f", Platform::ios).screenWidth, 360);
+  writeFrame(path, 600, 800, 40);
+  // File times can be coarse: make sure the new file's time differs from the old one's.
+  auto time = std::filesystem::last_write_time(path);
+  std::filesystem::last_write_time(path, time + std::chrono::seconds(5));
+  DeviceFrame changed = CustomFrame::load(path, "f", Platform::ios);
+  EXPECT_EQ(changed.screenWidth, 520);
+  EXPECT_EQ(changed.screenHeight, 720);
+  EXPECT_EQ(changed.family, DeviceFamily::tablet);  // 520 / 720 is above 0.6
+  EXPECT_EQ(changed.overlay->imageWidth, 600);
 }
 
 }  // namespace

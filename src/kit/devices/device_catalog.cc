@@ -29,17 +29,26 @@ using PlistPtr = std::unique_ptr<void, PlistDeleter>;
 
 bool isDictionary(plist_t node) { return node && plist_get_node_type(node) == PLIST_DICT; }
 
-// The profile's product families (1 phone, 2 tablet); empty unless it is a list of integers.
+// The profile's product families (1 phone, 2 tablet); empty unless it is a list of whole numbers.
 std::vector<int64_t> productFamilies(plist_t profile) {
   std::vector<int64_t> out;
   plist_t list = plist_dict_get_item(profile, "supportedProductFamilyIDs");
   if (!list || plist_get_node_type(list) != PLIST_ARRAY) return out;
   for (uint32_t i = 0; i < plist_array_get_size(list); ++i) {
     plist_t node = plist_array_get_item(list, i);
-    if (!node || plist_get_node_type(node) != PLIST_UINT) return {};
-    uint64_t value = 0;
-    plist_get_uint_val(node, &value);
-    out.push_back(static_cast<int64_t>(value));
+    plist_type type = node ? plist_get_node_type(node) : PLIST_NONE;
+    if (type == PLIST_UINT) {
+      uint64_t value = 0;
+      plist_get_uint_val(node, &value);
+      out.push_back(static_cast<int64_t>(value));
+    } else if (type == PLIST_REAL) {
+      double value = 0;
+      plist_get_real_val(node, &value);
+      if (value != std::floor(value) || std::abs(value) > 1e9) return {};
+      out.push_back(static_cast<int64_t>(value));
+    } else {
+      return {};
+    }
   }
   return out;
 }

@@ -301,6 +301,20 @@ TEST_F(DeviceCatalogTest, TabletFamilyAndProfileFallbackWithoutCapabilities) {
   EXPECT_EQ(pad->spec.bezel, 44);
 }
 
+TEST_F(DeviceCatalogTest, ProductFamiliesWrittenAsRealsCountAndOddListsMeanPhone) {
+  TempFolder folder;
+  json capabilities = {{"displays", {display(2064, 2752, 2, "PadMask")}}};
+  fs::path reals = writeBundle(folder.path(), "iPad Air 13-inch (M3)", {{"supportedProductFamilyIDs", {1.0, 2.0}}},
+                               capabilities, false);
+  writeMaskPDF(resourcesOf(reals) / "PadMask.pdf", 2064, 2752, 36);
+  fs::path odd = writeBundle(folder.path(), "iPad Air 11-inch (M3)", {{"supportedProductFamilyIDs", {2, "two"}}},
+                             capabilities, false);
+  writeMaskPDF(resourcesOf(odd) / "PadMask.pdf", 2064, 2752, 36);
+  DeviceCatalog catalog = DeviceCatalog::load({folder.path()});
+  EXPECT_EQ(byId(catalog, "ipad-air-13-inch-m3")->family, DeviceFamily::tablet);
+  EXPECT_EQ(byId(catalog, "ipad-air-11-inch-m3")->family, DeviceFamily::phone);
+}
+
 TEST_F(DeviceCatalogTest, LandscapePanelAndUnreadableProfileGiveNoFrame) {
   TempFolder folder;
   phoneBundle(folder.path(), "iPhone 15", 2556, 1179, 140);  // wider than tall: loses its mask

@@ -3,6 +3,7 @@
 
 #include "kit/devices/screen_shape.h"
 #include "kit/devices/xcode_display.h"
+#include "kit/image/cairo_util.h"
 #include "tests/temp_folder.h"
 
 #include <cairo-pdf.h>
@@ -63,16 +64,7 @@ void writeMaskPDF(const fs::path& file, double width, double height, double radi
   cairo_surface_t* surface = cairo_pdf_surface_create(file.c_str(), width, height);
   cairo_t* cr = cairo_create(surface);
   Path shape = ScreenShape::continuousRect({0, 0, width, height}, radius, rightRadius.value_or(radius));
-  for (const auto& e : shape.elements()) {
-    switch (e.verb) {
-      case Path::Verb::move: cairo_move_to(cr, e.points[0].x, e.points[0].y); break;
-      case Path::Verb::line: cairo_line_to(cr, e.points[0].x, e.points[0].y); break;
-      case Path::Verb::curve:
-        cairo_curve_to(cr, e.points[0].x, e.points[0].y, e.points[1].x, e.points[1].y, e.points[2].x, e.points[2].y);
-        break;
-      case Path::Verb::close: cairo_close_path(cr); break;
-    }
-  }
+  appendPath(cr, shape);
   cairo_set_source_rgb(cr, 0, 0, 0);
   cairo_fill(cr);
   cairo_destroy(cr);

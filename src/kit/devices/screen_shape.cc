@@ -18,6 +18,7 @@
 #include "kit/devices/screen_shape.h"
 
 #include "kit/devices/mask_cache.h"
+#include "kit/image/cairo_util.h"
 
 #include <cairo.h>
 #include <glib.h>
@@ -139,32 +140,11 @@ Path continuousRect(const Rect& rect, double radius) { return continuousRect(rec
 
 namespace {
 
-void appendToCairo(cairo_t* cr, const Path& path) {
-  for (const auto& e : path.elements()) {
-    switch (e.verb) {
-      case Path::Verb::move: cairo_move_to(cr, e.points[0].x, e.points[0].y); break;
-      case Path::Verb::line: cairo_line_to(cr, e.points[0].x, e.points[0].y); break;
-      case Path::Verb::curve:
-        cairo_curve_to(cr, e.points[0].x, e.points[0].y, e.points[1].x, e.points[1].y, e.points[2].x, e.points[2].y);
-        break;
-      case Path::Verb::close: cairo_close_path(cr); break;
-    }
-  }
-}
-
 struct GObjectDeleter {
   void operator()(void* object) const {
     if (object) g_object_unref(object);
   }
 };
-struct SurfaceDeleter {
-  void operator()(cairo_surface_t* surface) const { cairo_surface_destroy(surface); }
-};
-struct ContextDeleter {
-  void operator()(cairo_t* cr) const { cairo_destroy(cr); }
-};
-using SurfacePtr = std::unique_ptr<cairo_surface_t, SurfaceDeleter>;
-using ContextPtr = std::unique_ptr<cairo_t, ContextDeleter>;
 
 std::optional<MaskImage> rasterise(const std::string& pdfPath, int width, int height) {
   GError* error = nullptr;
@@ -183,10 +163,10 @@ std::optional<MaskImage> rasterise(const std::string& pdfPath, int width, int he
   poppler_page_get_size(page.get(), &pageWidth, &pageHeight);
   if (!(pageWidth > 0) || !(pageHeight > 0)) return std::nullopt;
 
-  SurfacePtr surface(cairo_image_surface_create(CAIRO_FORMAT_ARGB32, width, height));
+  CairoSurfacePtr surface(cairo_image_surface_create(CAIRO_FORMAT_ARGB32, width, height));
   if (cairo_surface_status(surface.get()) != CAIRO_STATUS_SUCCESS) return std::nullopt;
   {
-    ContextPtr cr(cairo_create(surface.get()));
+    CairoContextPtr cr(cairo_create(surface.get()));
     // Poppler draws from the top left of the page box, so scaling alone maps the box onto the bitmap.
     cairo_scale(cr.get(), width / pageWidth, height / pageHeight);
     poppler_page_render(page.get(), cr.get());
@@ -241,12 +221,12 @@ std::vector<uint8_t> maskSample(const MaskImage& mask, int side, bool mirrored) 
 
 // The same corner of a continuous rectangle of the screen's size; nothing if no bitmap can be made.
 std::optional<std::vector<uint8_t>> shapeSample(int width, int height, int side, double radius) {
-  SurfacePtr surface(cairo_image_surface_create(CAIRO_FORMAT_A8, side, side));
+  CairoSurfacePtr surface(cairo_image_surface_create(CAIRO_FORMAT_A8, side, side));
   if (cairo_surface_status(surface.get()) != CAIRO_STATUS_SUCCESS) return std::nullopt;
   {
-    ContextPtr cr(cairo_create(surface.get()));
+    CairoContextPtr cr(cairo_create(surface.get()));
     cairo_translate(cr.get(), 0, side - height);
-    appendToCairo(cr.get(), continuousRect(Rect{0, 0, static_cast<double>(width), static_cast<double>(height)},
+    appendPath(cr.get(), continuousRect(Rect{0, 0, static_cast<double>(width), static_cast<double>(height)},
                                            std::max(0.0, radius)));
     cairo_set_fill_rule(cr.get(), CAIRO_FILL_RULE_WINDING);
     cairo_set_source_rgba(cr.get(), 1, 1, 1, 1);
