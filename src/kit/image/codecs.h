@@ -21,7 +21,8 @@
 
 namespace vorno::codecs {
 
-constexpr uint32_t maximumSide = 32768;
+// 32767 is the largest side of a cairo image surface.
+constexpr uint32_t maximumSide = 32767;
 constexpr uint64_t maximumPixels = 100'000'000;
 
 inline bool acceptableSize(uint64_t width, uint64_t height) {

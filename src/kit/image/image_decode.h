@@ -17,7 +17,8 @@ std::optional<DecodedImage> decodeImageFile(const std::string& path);
 /// The same for bytes already in memory.
 std::optional<DecodedImage> decodeImageData(const uint8_t* data, size_t size);
 
-/// Makes `ImageSampler::shared()` read image fills through `decodeImageFile`.
+/// Makes `ImageSampler::shared()` read image fills as they are painted: bitmaps through
+/// `decodeImageFile`, SVG and PDF drawn at their natural size.
 void installImageLoaders();
 
 }  // namespace vorno

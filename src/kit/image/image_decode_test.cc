@@ -195,3 +195,23 @@ TEST(ImageDecode, InstalledLoaderFeedsTheSharedSampler) {
 
 }  // namespace
 }  // namespace vorno
+
+namespace vorno {
+namespace {
+
+TEST(ImageDecode, InstalledLoaderDrawsVectorFills) {
+  testing::TempFolder folder;
+  std::string path = folder.file("art.svg");
+  std::ofstream(path) << R"(<svg xmlns="http://www.w3.org/2000/svg" width="96" height="48">)"
+                      << R"(<rect width="96" height="48" fill="#00ff00"/></svg>)";
+  installImageLoaders();
+  auto thumbnail = ImageSampler::shared().thumbnail(path);
+  ASSERT_TRUE(thumbnail);
+  EXPECT_EQ(thumbnail->width, 48);
+  EXPECT_EQ(thumbnail->height, 24);
+  EXPECT_EQ(thumbnail->pixel(10, 10)[1], 255);
+  EXPECT_EQ(thumbnail->pixel(10, 10)[0], 0);
+}
+
+}  // namespace
+}  // namespace vorno

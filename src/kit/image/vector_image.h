@@ -19,7 +19,7 @@ bool isVector(const std::string& path);
 /// a viewBox.
 std::optional<Size> naturalSize(const std::string& path);
 /// A transparent bitmap of the drawing at `scale` times its natural size. The scale is lowered
-/// when the result would pass the decoders' limits (32768 on a side, 100 megapixels). A null
+/// when the result would pass the decoders' limits (32767 on a side, 100 megapixels). A null
 /// Image for an unreadable file.
 Image rasterize(const std::string& path, double scale);
 /// Draws the drawing stretched to fill `rect` (like any image drawn into a rectangle, the aspect

@@ -1,0 +1,233 @@
+#include "kit/text/laid_text.h"
+#include "kit/text/text_layout.h"
+
+#include <gtest/gtest.h>
+
+#include <chrono>
+#include <cmath>
+#include <thread>
+
+namespace vorno {
+namespace {
+
+using TextLayout::Fitted;
+using TextLayout::Style;
+
+Style headline(double size = 100) {
+  Style s;
+  s.size = size;
+  s.weight = FontWeight::bold;
+  s.color = RGBColor::black();
+  s.emphasis = *RGBColor::fromHex("#E53935");
+  s.alignment = TextAlign::center;
+  s.lineHeight = 1.06;
+  s.tracking = -0.012;
+  return s;
+}
+
+double width(std::string_view text, const Style& style) {
+  return TextLayout::suggestedSize(TextLayout::attributed(text, style), INFINITY).width;
+}
+
+TEST(TextFit, EmptyTextHasNoLinesAndFits) {
+  Fitted f = TextLayout::fit("", headline(), {500, 300}, 0.55, std::nullopt);
+  EXPECT_EQ(f.lineCount, 0);
+  EXPECT_FALSE(f.overflow);
+  EXPECT_EQ(f.fontSize, 100);
+  EXPECT_EQ(f.size, (Size{500, 0}));
+  EXPECT_EQ(TextLayout::widestWord("", headline()), 0);
+  EXPECT_EQ(TextLayout::suggestedSize(f.attributed, 500), (Size{0, 0}));
+}
+
+TEST(TextFit, FourWrittenLinesWithoutLimitAllowFourLines) {
+  Fitted f = TextLayout::fit("One\nTwo\nThree\nFour", headline(), {2000, 10000}, 0.55, std::nullopt);
+  EXPECT_EQ(f.fontSize, 100);
+  EXPECT_EQ(f.lineCount, 4);
+  EXPECT_FALSE(f.overflow);
+}
+
+TEST(TextFit, ThreeWrittenLinesWrappingToAFourthShrink) {
+  std::string text = "Alpha\nBeta\nGamma delta epsilon";
+  double third = width("Gamma delta epsilon", headline());
+  double box = 0.9 * third;
+  // At the base size the third line wraps: four lines against a limit of three.
+  EXPECT_EQ(TextLayout::lineCount(TextLayout::attributed(text, headline()), box), 4);
+  Fitted f = TextLayout::fit(text, headline(), {box, 10000}, 0.55, std::nullopt);
+  EXPECT_LT(f.fontSize, 100);
+  EXPECT_GT(f.fontSize, 80);
+  EXPECT_EQ(f.lineCount, 3);
+  EXPECT_FALSE(f.overflow);
+}
+
+TEST(TextFit, TwoLineLimitWithWrappingLinesOverflowsAtFloor) {
+  std::string text = "Alpha beta gamma\nDelta epsilon zeta";
+  // Wide enough for every word at the floor, too narrow for either line at any size.
+  double box = 1.3 * TextLayout::widestWord(text, headline(55));
+  Fitted f = TextLayout::fit(text, headline(), {box, 10000}, 0.55, 2);
+  EXPECT_TRUE(f.overflow);
+  EXPECT_DOUBLE_EQ(f.fontSize, 0.55 * 100);
+  EXPECT_GT(f.lineCount, 2);
+  EXPECT_DOUBLE_EQ(f.style.size, 0.55 * 100);
+}
+
+TEST(TextFit, WordWiderThanBoxAtFloorOverflows) {
+  Fitted f = TextLayout::fit("Supercalifragilistic", headline(), {300, 10000}, 0.55, std::nullopt);
+  EXPECT_TRUE(f.overflow);
+  EXPECT_DOUBLE_EQ(f.fontSize, 0.55 * 100);
+  EXPECT_LE(f.size.height, 10000);  // the height fitted: the word alone failed
+}
+
+TEST(TextFit, LongWordShrinksInsteadOfBreaking) {
+  double box = TextLayout::widestWord("Unbreakable", headline(80));
+  Fitted f = TextLayout::fit("Unbreakable", headline(), {box, 10000}, 0.55, std::nullopt);
+  EXPECT_FALSE(f.overflow);
+  EXPECT_LE(f.fontSize, 80);
+  EXPECT_EQ(f.lineCount, 1);
+}
+
+TEST(TextFit, SizeFallsByFivePercentStepsToAnExactFloor) {
+  std::string text = "Fit this headline";
+  double one = width(text, headline());
+  // Fits one line only once the size is at most 0.9 of the base: the third step, 0.857.
+  Fitted f = TextLayout::fit(text, headline(), {0.9 * one, 106 * 0.9}, 0.55, std::nullopt);
+  EXPECT_DOUBLE_EQ(f.fontSize, 100 * 0.95 * 0.95 * 0.95);
+  EXPECT_FALSE(f.overflow);
+  Fitted never = TextLayout::fit(text, headline(), {0.9 * one, 1}, 0.55, std::nullopt);
+  EXPECT_EQ(never.fontSize, 0.55 * 100);  // the floor exactly, not a step near it
+  EXPECT_TRUE(never.overflow);
+  EXPECT_EQ(never.size.height, std::ceil(0.55 * 100 * 1.06));
+}
+
+TEST(TextFit, HeightPassesWithHalfAPixelOfSlack) {
+  Fitted f = TextLayout::fit("One line", headline(), {2000, 106 - 0.5}, 0.55, std::nullopt);
+  EXPECT_EQ(f.fontSize, 100);
+  EXPECT_EQ(f.size.height, 106);
+  Fitted g = TextLayout::fit("One line", headline(), {2000, 106 - 0.6}, 0.55, std::nullopt);
+  EXPECT_LT(g.fontSize, 100);
+}
+
+TEST(TextFit, SuggestedHeightIsTheSumOfFixedLineHeights) {
+  Style style = headline();
+  style.lineHeight = 0.6;  // tighter than the face's own height: lines still advance by 60
+  TextLayout::AttributedText a = TextLayout::attributed("One\n{0.5}two\nThree", style);
+  LaidText laid(a, 2000);
+  ASSERT_EQ(laid.lines().size(), 3u);
+  EXPECT_NEAR(laid.lines()[1].top, 60, 1e-9);
+  EXPECT_NEAR(laid.lines()[2].top, 90, 1e-9);
+  EXPECT_NEAR(TextLayout::suggestedSize(a, 2000).height, 150, 1e-9);
+  // The baseline sits the face's descent above the line's bottom.
+  EXPECT_NEAR(laid.lines()[0].origin.y, 60 - laid.lines()[0].descent, 1e-9);
+}
+
+TEST(TextFit, TextEndingInALineBreakHasNoExtraLine) {
+  EXPECT_EQ(TextLayout::lineCount(TextLayout::attributed("abc\n", headline()), 1000), 1);
+  EXPECT_EQ(TextLayout::lineCount(TextLayout::attributed("abc\n\ndef", headline()), 1000), 3);
+}
+
+TEST(TextFit, WidestWordUsesEachLinesScaleAndIgnoresMarks) {
+  Style style = headline();
+  double plain = TextLayout::widestWord("Headline", style);
+  EXPECT_NEAR(TextLayout::widestWord("**Head**line", style), plain, 1e-6);
+  EXPECT_NEAR(TextLayout::widestWord("{0.5}Headline", style), plain / 2, 0.5);
+  EXPECT_NEAR(TextLayout::widestWord("a Headline\n\nb", style), plain, 1e-6);
+}
+
+TEST(TextFit, LatinWordsSplitOnlyOnSpaces) {
+  Style style = headline();
+  EXPECT_NEAR(TextLayout::widestWord("well-known", style), width("well-known", style), 1e-6);
+}
+
+TEST(TextFit, LaidKeepsTheSpecSize) {
+  TextSpec spec;
+  spec.text = "Two words";
+  spec.size = 50;
+  spec.lineHeight = 1.2;
+  Fitted f = TextLayout::laid(spec, 1000);
+  EXPECT_EQ(f.fontSize, 50);
+  EXPECT_EQ(f.lineCount, 1);
+  EXPECT_EQ(f.size, (Size{1000, 60}));
+  EXPECT_FALSE(f.overflow);
+}
+
+TEST(TextInk, SpanFollowsAlignmentAndIsAbsentWithoutInk) {
+  TextSpec spec;
+  spec.text = "Hello";
+  spec.size = 100;
+  spec.alignment = TextAlign::left;
+  auto left = TextLayout::inkSpan(spec, 1000);
+  ASSERT_TRUE(left);
+  EXPECT_GE(left->first, 0);
+  EXPECT_LT(left->first, 15);
+  EXPECT_GT(left->second, 150);
+  spec.alignment = TextAlign::center;
+  auto centre = TextLayout::inkSpan(spec, 1000);
+  ASSERT_TRUE(centre);
+  EXPECT_NEAR((centre->first + centre->second) / 2, 500, 10);
+  spec.alignment = TextAlign::right;
+  auto right = TextLayout::inkSpan(spec, 1000);
+  EXPECT_NEAR(right->second, 1000, 15);
+  spec.text = "   ";
+  EXPECT_FALSE(TextLayout::inkSpan(spec, 1000));
+  spec.text = "";
+  EXPECT_FALSE(TextLayout::inkSpan(spec, 1000));
+}
+
+TEST(TextFit, WrappedLinesAlignWithoutTheirTrailingSpace) {
+  Style style = headline();
+  style.alignment = TextAlign::right;
+  TextLayout::AttributedText a = TextLayout::attributed("Right aligned words", style);
+  double box = width("Right aligned", style) + 20;
+  LaidText laid(a, box);
+  ASSERT_EQ(laid.lines().size(), 2u);
+  const LaidLine& first = laid.lines()[0];
+  EXPECT_NEAR(first.origin.x + first.width - first.trailingWhitespace, box, 1e-6);
+}
+
+TEST(TextFit, FitIsReentrant) {
+  std::vector<std::string> texts{"Track every habit\nin one place", "Sleep better tonight", "**Save** hours\nevery week",
+                                 "Your money, organised", "{0.7}Setup\n**Payoff**", "Plan trips together"};
+  auto run = [&](size_t i) {
+    return TextLayout::fit(texts[i % texts.size()], headline(118), {700 + 50.0 * (i % 3), 400}, 0.55, std::nullopt);
+  };
+  std::vector<Fitted> single;
+  for (size_t i = 0; i < 16; ++i) single.push_back(run(i));
+  std::vector<std::vector<Fitted>> results(8);
+  std::vector<std::thread> threads;
+  for (size_t t = 0; t < 8; ++t) {
+    threads.emplace_back([&, t] {
+      for (int repeat = 0; repeat < 3; ++repeat) {
+        for (size_t i = 0; i < 16; ++i) results[t].push_back(run((i + t) % 16));
+      }
+    });
+  }
+  for (auto& thread : threads) thread.join();
+  for (size_t t = 0; t < 8; ++t) {
+    ASSERT_EQ(results[t].size(), 48u);
+    for (size_t k = 0; k < 48; ++k) EXPECT_EQ(results[t][k], single[(k % 16 + t) % 16]) << t << " " << k;
+  }
+}
+
+TEST(TextFit, TwoLineHeadlineTiming) {
+  // Reported, not asserted beyond a generous bound: one fit of a two-line headline at 118 px in
+  // a 1096 px box, one that fits at once and one whose long first line makes it shrink.
+  Style style = headline(118);
+  for (std::string text : {"Track every habit\nin one **calm** place", "Track every habit that matters\nin one **calm** place"}) {
+    std::vector<double> ms;
+    Fitted f;
+    for (int i = 0; i < 31; ++i) {
+      auto start = std::chrono::steady_clock::now();
+      f = TextLayout::fit(text, style, {1096, 260}, 0.55, std::nullopt);
+      ms.push_back(std::chrono::duration<double, std::milli>(std::chrono::steady_clock::now() - start).count());
+    }
+    std::sort(ms.begin(), ms.end());
+    int steps = static_cast<int>(std::lround(std::log(f.fontSize / 118) / std::log(0.95))) + 1;
+    std::printf("fit of a two-line headline: median %.3f ms, %d step(s), size %.2f, %d lines\n", ms[ms.size() / 2],
+                steps, f.fontSize, f.lineCount);
+    EXPECT_EQ(f.lineCount, 2);
+    EXPECT_FALSE(f.overflow);
+    EXPECT_LT(ms[ms.size() / 2], 200);
+  }
+}
+
+}  // namespace
+}  // namespace vorno
