@@ -3,6 +3,7 @@
 
 #include "kit/model/slide_element.h"
 #include "kit/model/theme.h"
+#include "kit/text/text_layout.h"
 
 #include <gtest/gtest.h>
 
@@ -70,6 +71,18 @@ TEST(ComponentLayoutText, EmptyCalloutKeepsItsCapsuleAndMovesItsTail) {
   ASSERT_EQ(tail.size(), 1u);
   EXPECT_EQ(tail[0].rect.x, d.size.width - 124);
   EXPECT_EQ(partsOf<D::Text>(d)[0].spec.text, " ");
+}
+
+TEST(ComponentLayoutText, TrackedAwardTitleStaysOnOneLineInItsColumn) {
+  D d = make(ComponentSpec::starter(Kind::award, "en-US"));
+  auto texts = partsOf<D::Text>(d);
+  ASSERT_EQ(texts.size(), 2u);
+  EXPECT_EQ(texts[0].spec.tracking, 0.06);
+  for (const auto& t : texts) {
+    TextLayout::Fitted laid = TextLayout::laid(t.spec, t.rect.width);
+    EXPECT_EQ(laid.lineCount, 1) << t.spec.text;
+    EXPECT_LE(laid.size.height, t.rect.height) << t.spec.text;
+  }
 }
 
 TEST(ComponentLayoutText, EveryStarterLaysOut) {
