@@ -16,6 +16,7 @@
 #include <unicode/uchar.h>
 #include <unicode/utf8.h>
 
+#include <cctype>
 #include <charconv>
 #include <cmath>
 #include <string>

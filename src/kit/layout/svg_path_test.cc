@@ -262,5 +262,20 @@ TEST(SVGPath, HugeExponentIsNotANumber) {
   EXPECT_EQ(errorOf("M1e999 0"), "Path data expected a number at character 1");
 }
 
+TEST(SVGPath, AnyInputParsesOrGivesOneSentence) {
+  // Odd input must end in a path or a VornoError, never anything worse.
+  const char* inputs[] = {"M", "M0", "M0 0 A", "M0 0 A1e308 1e308 1e308 1 1 1e308 -1e308", "M0 0 c", "M0 0 zzzz",
+                          "M0 0 Q1 1", "M0 0 T1 1 t1 1", "M0 0 S1 1 2 2 s", "m.1.2.3.4", "M-.e1", "M++1 2",
+                          "M0 0 A1 1 0 1 1 0 0", "\xff\xfe", "M0 0 L1 1,,", "M0 0 H", "M 0 0 V-", "Mé"};
+  for (const char* input : inputs) {
+    try {
+      Path p = SVGPath::parse(input);
+      EXPECT_FALSE(p.isEmpty()) << input;
+    } catch (const VornoError& e) {
+      EXPECT_FALSE(e.message().empty()) << input;
+    }
+  }
+}
+
 }  // namespace
 }  // namespace vorno
