@@ -117,14 +117,7 @@ class Setter {
     return {{std::ceil(m.size.width) + 2, std::ceil(m.size.height) + 2}, std::max(1, m.lines)};
   }
   /// Rounded measure of a label on one line, its width its own.
-  TextMeasure natural(const TextSpec& s) const {
-    TextMeasure m = at(s, unbounded);
-    // Laid at exactly its measured width a label must stay on one line. Where letter spacing
-    // makes the engine break earlier than its extents say (the spacing after the last letter
-    // counts for breaking only), the label gets that spacing too.
-    if (measure_(s, m.size.width).lines > m.lines) m.size.width += std::ceil(std::abs(s.tracking) * s.size) + 2;
-    return m;
-  }
+  TextMeasure natural(const TextSpec& s) const { return at(s, unbounded); }
   /// The unrounded height of one line, for centring a mark on a text's first line.
   double firstLine(const TextSpec& s, double width) const {
     TextMeasure m = measure_(s, width);

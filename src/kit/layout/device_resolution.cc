@@ -6,6 +6,7 @@
 #include "kit/image/video_frames.h"
 #include "kit/layout/slide_layout_engine.h"
 #include "kit/util/format.h"
+#include "kit/util/vorno_error.h"
 
 #include <algorithm>
 #include <cmath>
@@ -182,7 +183,7 @@ std::optional<SlideLayoutEngine::ResolvedDevice> SlideLayoutEngine::resolveDevic
       for (size_t i = 0; i < all.size(); ++i) options += (i ? ", " : "") + all[i];
       sink.warning("frame.finish", "Unknown finish " + *slot.finish + ". Options: " + options + ".");
     } else {
-      for (const auto& other : catalog_->frames()) {
+      for (const auto& other : catalog_->frames) {
         if (other.platform != target.platform) continue;
         auto finishes = other.spec.allFinishes();
         if (std::find(finishes.begin(), finishes.end(), *slot.finish) != finishes.end()) {

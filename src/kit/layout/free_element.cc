@@ -8,6 +8,7 @@
 #include "kit/layout/slide_layout_engine.h"
 #include "kit/model/enum_names.h"
 #include "kit/util/format.h"
+#include "kit/util/vorno_error.h"
 
 #include <algorithm>
 #include <cmath>

@@ -95,7 +95,16 @@ LaidText::LaidText(const TextLayout::AttributedText& text, double width) : runs_
 
   bool wraps = std::isfinite(width) && width > 0;
   if (wraps) {
-    pango_layout_set_width(layout_, pangoUnits(std::min(width, kMaxWidth)));
+    // Pango counts a letter space after a line's last letter when it decides where to break,
+    // then trims it from the line it measures. Giving it that space back makes the two agree: a
+    // line (or a word) that measures at most `width` is laid on one line at `width`.
+    double trailingSpace = -kMaxFontSize;
+    for (const auto& run : runs_)
+      if (std::isfinite(run.kern)) trailingSpace = std::max(trailingSpace, std::clamp(run.kern, -kMaxFontSize, kMaxFontSize));
+    if (runs_.empty()) trailingSpace = 0;
+    double pangoWidth = width + trailingSpace;
+    if (!(pangoWidth > 0)) pangoWidth = width;
+    pango_layout_set_width(layout_, pangoUnits(std::min(pangoWidth, kMaxWidth)));
     // Words wrap; a word longer than the line breaks between characters, as the platform's word
     // wrapping does. Fitting never accepts a size where that happens.
     pango_layout_set_wrap(layout_, PANGO_WRAP_WORD_CHAR);

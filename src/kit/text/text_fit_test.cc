@@ -231,3 +231,29 @@ TEST(TextFit, TwoLineHeadlineTiming) {
 
 }  // namespace
 }  // namespace vorno
+
+namespace vorno {
+namespace {
+
+// Letter spacing after a line's last letter must not make a word that measures narrow enough
+// break between its letters when it is laid.
+TEST(TextFit, TrackedWordThatMeasuresWithinTheWidthStaysOnOneLine) {
+  for (double tracking : {0.06, 0.14, 0.2, -0.012}) {
+    TextSpec spec;
+    spec.text = "AWARD WINNER";
+    spec.size = 86;
+    spec.weight = FontWeight::heavy;
+    spec.tracking = tracking;
+    const auto style = TextLayout::style(spec);
+    const auto words = TextLayout::attributed("AWARD", style);
+    const double word = TextLayout::widestWord("AWARD", style);
+    EXPECT_EQ(TextLayout::lineCount(words, word + 0.01), 1) << tracking;
+    const auto both = TextLayout::attributed(spec.text, style);
+    const double line = TextLayout::suggestedSize(both, 1e6).width;
+    EXPECT_EQ(TextLayout::lineCount(both, line + 0.01), 1) << tracking;
+    EXPECT_EQ(TextLayout::lineCount(both, line - 20), 2) << tracking;
+  }
+}
+
+}  // namespace
+}  // namespace vorno
