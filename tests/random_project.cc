@@ -515,4 +515,54 @@ Project randomEdit(const Project& project, std::mt19937& rng) {
   return p;
 }
 
+nlohmann::json randomBreak(const nlohmann::json& patch, std::mt19937& rng) {
+  Dice d(rng);
+  nlohmann::json result = patch.is_object() ? patch : nlohmann::json::object();
+  // Values that break a field of one kind and fit one of another: every reader is tried with
+  // something it refuses and something it takes.
+  const std::vector<nlohmann::json> replacements{
+      nullptr,
+      5,
+      "text",
+      true,
+      nlohmann::json::array(),
+      nlohmann::json::object(),
+      {{"headline", "Hi"}},
+      {{"canvas", "ios.header"}},
+      {{"slides", {"a", "b"}}},
+      {{"id", "s1"}, {"headline", "Twin"}},
+      nlohmann::json::array({{{"id", "x"}, {"headline", "A"}}, {{"id", "x"}, {"headline", "B"}}}),
+      {{"accent", "#GG0000"}},
+      {{"kind", "text"}, {"text", 7}},
+  };
+  // Walk down a random path of the patch, or of the top level when it is empty, and replace or
+  // add one member there.
+  nlohmann::json* node = &result;
+  while (d.chance(0.6)) {
+    std::vector<nlohmann::json*> children;
+    if (node->is_object())
+      for (auto& [key, value] : node->items())
+        if (value.is_object() || value.is_array()) children.push_back(&value);
+    if (node->is_array())
+      for (auto& value : *node)
+        if (value.is_object() || value.is_array()) children.push_back(&value);
+    if (children.empty()) break;
+    node = d.pick(children);
+  }
+  const nlohmann::json& replacement = d.pick(replacements);
+  if (node->is_array()) {
+    if (node->empty() || d.chance(0.3)) node->push_back(replacement);
+    else (*node)[static_cast<size_t>(d.between(0, static_cast<int>(node->size()) - 1))] = replacement;
+    return result;
+  }
+  std::vector<std::string> keys;
+  for (auto& [key, value] : node->items()) keys.push_back(key);
+  static const std::vector<std::string> topLevel{"appName", "schemaVersion", "locales", "targets", "theme",
+                                                 "slides",  "spreads",       "creatives", "variants", "s1",
+                                                 "headline", "elements"};
+  std::string key = keys.empty() || d.chance(0.4) ? d.pick(topLevel) : d.pick(keys);
+  (*node)[key] = replacement;
+  return result;
+}
+
 }  // namespace vorno

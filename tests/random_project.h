@@ -12,6 +12,8 @@
 
 #include "kit/model/project.h"
 
+#include <nlohmann/json.hpp>
+
 #include <random>
 
 namespace vorno {
@@ -29,5 +31,11 @@ Project randomProject(std::mt19937& rng, const RandomProjectOptions& options = {
 /// Another valid look of `project`: a few random edits of its texts, slides, elements, spreads,
 /// creatives and theme. Variants are left as they are.
 Project randomEdit(const Project& project, std::mt19937& rng);
+
+/// `patch` with one random change that a hand or a stale tool might make and that may or may not
+/// still apply: a value of another kind, a removal, an empty list or record, a record without its
+/// required keys, an id given to a second record. Used to test that what checks a look agrees
+/// with what applies it, on failures as much as on successes.
+nlohmann::json randomBreak(const nlohmann::json& patch, std::mt19937& rng);
 
 }  // namespace vorno

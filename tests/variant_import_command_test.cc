@@ -5,6 +5,7 @@
 #include "tests/run_process.h"
 
 #include <gtest/gtest.h>
+#include <nlohmann/json.hpp>
 
 #include <filesystem>
 
@@ -34,6 +35,7 @@ TEST_F(VariantImportCommand, EqualPackageSavesAnEmptyPatch) {
   EXPECT_EQ(result.out, "Saved variant same (2 bytes of changes). Variants: same\n");
   Project project = FileProjectStore(base_).load();
   ASSERT_EQ(project.variants.size(), 1u);
+  EXPECT_EQ(project.variants[0].patch.json(), nlohmann::json::object());
   Project base = project;
   base.variants.clear();
   EXPECT_EQ(project.resolved(std::string("same")), base);

@@ -10,6 +10,7 @@
 // the same syntax and the same `\b` as the platform's own regular expressions.
 #include "kit/lint/app_store_policy.h"
 
+#include "kit/lint/ascii_lowering.h"
 #include "kit/lint/linter.h"
 #include "kit/model/project.h"
 #include "kit/model/store_target.h"
@@ -22,6 +23,8 @@
 
 #include <algorithm>
 #include <array>
+#include <cstdint>
+#include <optional>
 #include <set>
 #include <utility>
 
@@ -86,6 +89,35 @@ const std::vector<CompiledRule>& compiledRules() {
   return compiled;
 }
 
+// The rules whose fragments occur in `lowered`, as bits by their place in `rules()`. One pass over
+// the text, comparing only where a byte can begin some fragment: searching the text for each
+// fragment in turn cost nearly as much as the matching itself.
+uint32_t rulesWithFragments(std::string_view lowered) {
+  using Starts = std::array<std::vector<std::pair<std::string_view, uint32_t>>, 256>;
+  static const Starts starts = [] {
+    Starts table;
+    const std::vector<Rule>& list = rules();
+    for (size_t r = 0; r < list.size(); ++r)
+      for (std::string_view fragment : list[r].fragments)
+        table[static_cast<unsigned char>(fragment.front())].emplace_back(fragment, uint32_t{1} << r);
+    return table;
+  }();
+  const uint32_t all = (uint32_t{1} << rules().size()) - 1;
+  uint32_t found = 0;
+  // Fragments are a few bytes long and most candidates differ in the second, so a plain loop
+  // beats a call to memcmp here.
+  auto occursAt = [&](size_t at, std::string_view fragment) {
+    if (lowered.size() - at < fragment.size()) return false;
+    for (size_t k = 1; k < fragment.size(); ++k)
+      if (lowered[at + k] != fragment[k]) return false;
+    return true;
+  };
+  for (size_t i = 0; i < lowered.size() && found != all; ++i)
+    for (const auto& [fragment, bit] : starts[static_cast<unsigned char>(lowered[i])])
+      if ((found & bit) == 0 && occursAt(i, fragment)) found |= bit;
+  return found;
+}
+
 bool isTrimmed(UChar32 c) { return u_isblank(c) || (c < 0x80 && std::string_view(".,;:!?)").find(char(c)) != std::string_view::npos); }
 
 std::string trimmedSnippet(const icu::UnicodeString& match) {
@@ -103,6 +135,7 @@ struct AppStorePolicy::Matchers {
   struct Entry {
     std::unique_ptr<icu::RegexMatcher> matcher;
     const Rule* rule;
+    uint32_t bit;  ///< the rule's bit in `rulesWithFragments`
   };
   std::vector<Entry> entries;
   // The matchers read their input in place, so the current text lives here while they run.
@@ -114,7 +147,8 @@ AppStorePolicy::AppStorePolicy() : matchers_(std::make_unique<Matchers>()) {
     UErrorCode status = U_ZERO_ERROR;
     std::unique_ptr<icu::RegexMatcher> matcher(rule.pattern->matcher(status));
     if (U_FAILURE(status) || !matcher) continue;
-    matchers_->entries.push_back({std::move(matcher), rule.rule});
+    uint32_t bit = uint32_t{1} << static_cast<size_t>(rule.rule - rules().data());
+    matchers_->entries.push_back({std::move(matcher), rule.rule, bit});
   }
 }
 
@@ -123,18 +157,29 @@ AppStorePolicy::~AppStorePolicy() = default;
 std::vector<AppStorePolicy::Finding> AppStorePolicy::findings(std::string_view text) {
   std::string shown = TextMarkup::plain(text);
   std::replace(shown.begin(), shown.end(), '\n', ' ');
+  // The fragments are looked for in UTF-8; the UTF-16 text the matchers need is made only once a
+  // rule's fragment is there, which for most texts is never.
   icu::UnicodeString& input = matchers_->input;
-  input = icu::UnicodeString::fromUTF8(shown);
-  input.toLower(icu::Locale::getRoot());
   std::string lowered;
-  input.toUTF8String(lowered);
+  bool inputReady = false;
+  if (std::optional<std::string> ascii = asciiLowered(shown)) {
+    lowered = std::move(*ascii);
+  } else {
+    input = icu::UnicodeString::fromUTF8(shown);
+    input.toLower(icu::Locale::getRoot());
+    input.toUTF8String(lowered);
+    inputReady = true;
+  }
 
   std::vector<Finding> found;
+  const uint32_t candidates = rulesWithFragments(lowered);
+  if (candidates == 0) return found;
   for (Matchers::Entry& entry : matchers_->entries) {
-    const std::vector<std::string_view>& fragments = entry.rule->fragments;
-    if (std::none_of(fragments.begin(), fragments.end(),
-                     [&](std::string_view fragment) { return lowered.find(fragment) != std::string::npos; }))
-      continue;
+    if ((candidates & entry.bit) == 0) continue;
+    if (!inputReady) {
+      input = icu::UnicodeString::fromUTF8(lowered);
+      inputReady = true;
+    }
     UErrorCode status = U_ZERO_ERROR;
     entry.matcher->reset(input);
     if (!entry.matcher->find(0, status) || U_FAILURE(status)) continue;

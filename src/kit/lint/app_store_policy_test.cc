@@ -3,8 +3,19 @@
 #include "kit/lint/linter.h"
 #include "kit/model/project.h"
 
+#include "kit/model/text_markup.h"
+
+#include <unicode/locid.h>
+#include <unicode/regex.h>
+#include <unicode/uchar.h>
+#include <unicode/unistr.h>
+
 #include <gtest/gtest.h>
 
+#include <algorithm>
+#include <cstring>
+#include <memory>
+#include <random>
 #include <string>
 #include <vector>
 
@@ -196,6 +207,72 @@ TEST(AppStorePolicy, IssuesComeInTheDocumentedOrder) {
     seen.push_back(*issue.slide + " " + *issue.locale + " " + issue.message.substr(0, issue.message.find("\" ") + 1));
   EXPECT_EQ(seen, (std::vector<std::string>{"intro en-US \"©\"", "intro en-US \"android\"", "intro de-DE \"3 €\"",
                                             "intro en-US \"www.crewday.app\"", "header en-US \"app of the day\""}));
+}
+
+// The rule table as the guidance states it, run the plain way: every pattern on every text,
+// lower-cased by ICU. The policy's shortcuts (fragments looked for first, ASCII lowered without
+// ICU) must not change a single finding.
+std::vector<AppStorePolicy::Finding> referenceFindings(const std::string& text) {
+  static const std::vector<std::pair<std::string, std::string>> table{
+      {R"([$€£¥₹]\s?\d+(?:[.,]\d+)?|\d+(?:[.,]\d+)?\s?(?:[$€£¥₹]|usd\b|eur\b|gbp\b))", priceTail},
+      {R"(\d+\s?%\s?off\b|\bdiscount|\bhalf[- ]price\b)",
+       "is a discount. Apple asks store art to leave out prices and discounts, so it's right in every country and "
+       "stays true."},
+      {R"(https?://[^\s]+|\bwww\.[^\s]+|\b[a-z0-9-]+\.(?:com|app|io|net|org|co|dev)\b(?:/[^\s]*)?)", webTail},
+      {R"(©|\(c\)\s?\d{4})", "is a copyright mark. Apple asks store art to leave out ©."},
+      {R"(\bapps? of the (?:day|year)\b|\bgames? of the (?:day|year)\b|\beditors?['’]?s?['’]? choice\b|\bapple design award|\bapp store award)",
+       "is an Apple recognition. The App Store shows those itself; Apple asks store art not to repeat them."},
+      {R"(\bgoogle play\b|\bplay store\b|\bandroid\b)", platformTail},
+  };
+  std::string shown = TextMarkup::plain(text);
+  std::replace(shown.begin(), shown.end(), '\n', ' ');
+  icu::UnicodeString input = icu::UnicodeString::fromUTF8(shown);
+  input.toLower(icu::Locale::getRoot());
+  std::vector<AppStorePolicy::Finding> found;
+  for (const auto& [pattern, tail] : table) {
+    UErrorCode status = U_ZERO_ERROR;
+    UParseError parseError;
+    std::unique_ptr<icu::RegexPattern> compiled(
+        icu::RegexPattern::compile(icu::UnicodeString::fromUTF8(pattern), 0, parseError, status));
+    EXPECT_TRUE(U_SUCCESS(status)) << pattern;
+    std::unique_ptr<icu::RegexMatcher> matcher(compiled->matcher(input, status));
+    if (!matcher->find(0, status)) continue;
+    icu::UnicodeString match = matcher->group(status);
+    auto trimmed = [](UChar32 c) { return u_isblank(c) || (c < 0x80 && std::strchr(".,;:!?)", char(c)) && c != 0); };
+    int32_t start = 0, end = match.length();
+    while (start < end && trimmed(match.char32At(start))) start = match.moveIndex32(start, 1);
+    while (end > start && trimmed(match.char32At(match.moveIndex32(end, -1)))) end = match.moveIndex32(end, -1);
+    std::string snippet;
+    icu::UnicodeString(match, start, end - start).toUTF8String(snippet);
+    found.push_back({snippet, tail});
+  }
+  return found;
+}
+
+TEST(AppStorePolicy, FindingsAreThoseOfEveryPatternRunOnEveryText) {
+  const std::vector<std::string> pieces{
+      "Save",     "$5",          "4,99 €",     "50% OFF",   "30 % off",     "www.Example.com", "v1.app",
+      "file.txt", "©",           "(c) 2025",   "(C)2024",   "App of the Day", "Editors’ Choice", "editor's choice",
+      "Google",   "Play",        "ANDROID",    "Play Store", "discounted",  "Half-Price",      "half price",
+      "usd",      "10 EUR",      "gbp",        "https://crewday.io/a?b=1", "crew-day.dev/x",    "Größe",
+      "İstanbul", "**",          "{0.8}",      "\n",        ".",            ",",               ")",
+      "!",        "¥500",        "₹99",        "£",         "apple design awards", "games of the year", "12",
+      "3.50",     "x.co",        "IO",         "org",       "plan",         "your",            "day"};
+  std::mt19937 rng(2718);
+  AppStorePolicy policy;
+  int withFindings = 0;
+  for (int i = 0; i < 4000; ++i) {
+    std::string text;
+    for (int n = std::uniform_int_distribution<int>(1, 8)(rng); n > 0; --n) {
+      const std::string& piece = pieces[std::uniform_int_distribution<size_t>(0, pieces.size() - 1)(rng)];
+      if (!text.empty() && std::uniform_int_distribution<int>(0, 3)(rng) > 0) text += ' ';
+      text += piece;
+    }
+    std::vector<AppStorePolicy::Finding> expected = referenceFindings(text);
+    ASSERT_EQ(policy.findings(text), expected) << "text: " << text;
+    if (!expected.empty()) ++withFindings;
+  }
+  EXPECT_GT(withFindings, 2000);
 }
 
 }  // namespace

@@ -223,13 +223,19 @@ TEST(CreativeRules, SingleSceneOfOneSecondGetsNoMotionShort) {
   EXPECT_EQ(codes(issues), std::vector<std::string>{"motion.scenes"});
 }
 
-TEST(CreativeRules, TwoScenesOfTwoSecondsWithTheDefaultTransitionAreShort) {
+TEST(CreativeRules, TwoScenesOfTwoSecondsWithATransitionOfOnePointOneRestPointNineAndAreShort) {
   Motion m;
   m.scenes = std::vector<MotionScene>{scene(2), scene(2)};
+  m.transition = MotionTransition{};
+  m.transition->duration = 1.1;
   std::vector<Issue> issues = motionIssues(m);
   EXPECT_EQ(codes(issues), (std::vector<std::string>{"motion.duration", "motion.short", "motion.short"}));
+  EXPECT_EQ(issues[1].severity, Issue::Severity::warning);
   EXPECT_EQ(issues[1].message, "Scene 1 is on screen at rest for 0.9 s: too quick to read. Give it at least 2.6 s.");
   EXPECT_EQ(issues[2].message, "Scene 2 is on screen at rest for 0.9 s: too quick to read. Give it at least 2.6 s.");
+  // 1.1 s is also the transition's length when none is given.
+  m.transition.reset();
+  EXPECT_EQ(motionIssues(m), issues);
 }
 
 TEST(CreativeRules, SceneWithoutDurationIsAnErrorAndNotAlsoShort) {

@@ -2,11 +2,14 @@
 
 #include "kit/model/project.h"
 #include "kit/model/store_target.h"
+#include "kit/util/vorno_error.h"
+#include "tests/random_project.h"
 
 #include <gtest/gtest.h>
 #include <nlohmann/json.hpp>
 
 #include <algorithm>
+#include <random>
 #include <string>
 #include <vector>
 
@@ -260,6 +263,18 @@ TEST(Linter, MarkupAsterisksAddNoWords) {
   EXPECT_EQ(found[0].message, "Headline has 9 words; 5–7 reads best at thumbnail size.");
 }
 
+TEST(Linter, PlanYourDayWithMarkupCountsThreeWords) {
+  Project p = cleanProject();
+  // Five words after "Plan **your** day" make eight, six make nine: only a count of exactly three
+  // for the marked-up words puts the line between the two.
+  p.slides[0] = slide("a", "Plan **your** day with every crew on time");
+  EXPECT_TRUE(withCode(Linter::lint(p), "text.long").empty());
+  p.slides[0] = slide("a", "Plan **your** day with every crew on time, always");
+  std::vector<Issue> found = withCode(Linter::lint(p), "text.long");
+  ASSERT_EQ(found.size(), 1u);
+  EXPECT_EQ(found[0].message, "Headline has 9 words; 5–7 reads best at thumbnail size.");
+}
+
 TEST(Linter, LongHeadlineIsMeasuredInTheFirstLocaleOnly) {
   Project p = cleanProject();
   p.locales = {"de-DE", "en-US"};
@@ -353,6 +368,37 @@ TEST(Linter, SpreadRulesComeInTheirDocumentedOrder) {
   std::vector<Issue> issues = Linter::lint(p);
   EXPECT_EQ(codes(issues), (std::vector<std::string>{"spread.missing", "spread.order", "spread.overlap"}));
   EXPECT_EQ(issues[0].slide, "c");
+}
+
+// The looks are checked quickly and applied in full only when the check fails; the issues must be
+// exactly those of applying every look in full, on whole looks and broken ones alike.
+TEST(Linter, VariantIssuesAreThoseOfApplyingEveryLookInFull) {
+  std::mt19937 rng(31337);
+  int invalid = 0;
+  for (int i = 0; i < 400; ++i) {
+    Project p = randomProject(rng);
+    p.variants.clear();
+    for (int v = std::uniform_int_distribution<int>(1, 4)(rng); v > 0; --v) {
+      nlohmann::json patch = p.patchFrom(randomEdit(p, rng)).json();
+      if (std::uniform_int_distribution<int>(0, 1)(rng) == 1) patch = randomBreak(patch, rng);
+      p.variants.push_back(Variant{"look-" + std::to_string(v), std::nullopt, patch});
+    }
+    if (i % 10 == 9 && p.slides.size() >= 2) p.slides[1].id = p.slides[0].id;  // no look applies to this base
+
+    std::vector<std::string> expected;
+    for (const Variant& variant : p.variants) {
+      try {
+        (void)p.applying(variant);
+      } catch (const VornoError& error) {
+        expected.push_back(error.message());
+      }
+    }
+    std::vector<std::string> reported;
+    for (const Issue& issue : withCode(Linter::lint(p), "variant.invalid")) reported.push_back(issue.message);
+    ASSERT_EQ(reported, expected) << "project " << i;
+    invalid += static_cast<int>(expected.size());
+  }
+  EXPECT_GT(invalid, 100);
 }
 
 }  // namespace

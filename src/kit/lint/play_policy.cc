@@ -6,10 +6,11 @@
 // must stand as a whole word ("the best" but not "bestseller"); one that starts with anything
 // else ("#1", "% off") has no word edge to look for and is found as a plain substring.
 //
-// ICU does the lower-casing and the matching, on UTF-16 text: a byte-wise engine would put word
-// edges inside letters outside ASCII.
+// ICU does the matching, on UTF-16 text: a byte-wise engine would put word edges inside letters
+// outside ASCII. It lower-cases whatever isn't plain ASCII, too.
 #include "kit/lint/linter.h"
 
+#include "kit/lint/ascii_lowering.h"
 #include "kit/model/project.h"
 #include "kit/model/store_target.h"
 
@@ -103,16 +104,29 @@ std::vector<Issue> Linter::playPolicyIssues(const Project& project) {
       add(slide.headline.resolve(locale));
       if (slide.subhead) add(slide.subhead->resolve(locale));
       if (text.empty()) continue;
-      icu::UnicodeString lowered = icu::UnicodeString::fromUTF8(text);
-      lowered.toLower(icu::Locale::getRoot());
+      // Lower-cased in UTF-8, through ICU only when the text isn't plain ASCII; the UTF-16 form
+      // the matchers read is made when a word is there to confirm.
+      icu::UnicodeString lowered;
       std::string loweredUTF8;
-      lowered.toUTF8String(loweredUTF8);
+      bool loweredReady = false;
+      if (std::optional<std::string> ascii = asciiLowered(text)) {
+        loweredUTF8 = std::move(*ascii);
+      } else {
+        lowered = icu::UnicodeString::fromUTF8(text);
+        lowered.toLower(icu::Locale::getRoot());
+        lowered.toUTF8String(loweredUTF8);
+        loweredReady = true;
+      }
 
       for (size_t w = 0; w < words.size(); ++w) {
         // Every hit contains the word itself, so a plain search settles most texts; the regular
         // expression only has to confirm the word edges of one that is there.
         bool hit = loweredUTF8.find(words[w].word) != std::string::npos;
         if (hit && words[w].regex) {
+          if (!loweredReady) {
+            lowered = icu::UnicodeString::fromUTF8(loweredUTF8);
+            loweredReady = true;
+          }
           icu::RegexMatcher* matcher = matchers[w].get();
           UErrorCode status = U_ZERO_ERROR;
           if (matcher) matcher->reset(lowered);

@@ -2,8 +2,16 @@
 
 #include "kit/model/project.h"
 
+#include <unicode/locid.h>
+#include <unicode/regex.h>
+#include <unicode/uchar.h>
+#include <unicode/unistr.h>
+
 #include <gtest/gtest.h>
 
+#include <memory>
+#include <string_view>
+#include <random>
 #include <string>
 #include <vector>
 
@@ -113,6 +121,68 @@ TEST(PlayPolicy, IssuesFollowSlidesThenLocales) {
   EXPECT_EQ(issues[1].locale, "en-US");
   EXPECT_EQ(issues[2].slide, "second");
   EXPECT_EQ(issues[2].locale, "de-DE");
+}
+
+// The word list as the store states it, matched the plain way: ICU lower-cases every text and
+// checks every word. The rule's shortcuts (a substring search first, ASCII lowered without ICU)
+// must not change a single finding.
+std::vector<std::string> referenceClaims(const std::string& text) {
+  static const std::vector<std::string> words{"#1",          "best",        "top",           "free",
+                                              "number one",  "no. 1",       "editor's choice", "app of the year",
+                                              "% off",       "download now", "install now"};
+  icu::UnicodeString lowered = icu::UnicodeString::fromUTF8(text);
+  lowered.toLower(icu::Locale::getRoot());
+  std::string loweredUTF8;
+  lowered.toUTF8String(loweredUTF8);
+  std::vector<std::string> found;
+  for (const std::string& word : words) {
+    bool hit;
+    if (u_isalpha(static_cast<unsigned char>(word.front()))) {
+      std::string escaped;
+      for (char c : word) {
+        if (std::string_view("\\^$.|?*+()[]{}#-/").find(c) != std::string_view::npos) escaped += '\\';
+        escaped += c;
+      }
+      UErrorCode status = U_ZERO_ERROR;
+      UParseError parseError;
+      std::unique_ptr<icu::RegexPattern> pattern(icu::RegexPattern::compile(
+          icu::UnicodeString::fromUTF8("\\b" + escaped + "\\b"), 0, parseError, status));
+      std::unique_ptr<icu::RegexMatcher> matcher(pattern->matcher(lowered, status));
+      hit = matcher->find(0, status);
+    } else {
+      hit = loweredUTF8.find(word) != std::string::npos;
+    }
+    if (hit) found.push_back(word);
+  }
+  return found;
+}
+
+TEST(PlayPolicy, ClaimsAreThoseOfEveryWordCheckedOnEveryText) {
+  const std::vector<std::string> pieces{"The",      "BEST",     "bestseller", "Top",      "topping",   "FREE",
+                                        "freedom",  "Number",   "one",        "No.",      "1",         "#1",
+                                        "Editor's", "Choice",   "App",        "of",       "the",       "Year",
+                                        "50%",      "Off",      "Download",   "Now",      "Install",   "Größe",
+                                        "İstanbul", "Beste",    "**best**",   "top-rated", "no. 10",   "ñbest",
+                                        "plan",     "your",     "day"};
+  std::mt19937 rng(1618);
+  auto randomText = [&] {
+    std::string text;
+    for (int n = std::uniform_int_distribution<int>(1, 6)(rng); n > 0; --n) {
+      if (!text.empty()) text += ' ';
+      text += pieces[std::uniform_int_distribution<size_t>(0, pieces.size() - 1)(rng)];
+    }
+    return text;
+  };
+  int claims = 0;
+  for (int i = 0; i < 1500; ++i) {
+    Project p = playProject(randomText());
+    p.slides[0].eyebrow = LocalizedText{{{"en-US", randomText()}}};
+    std::string joined = *p.slides[0].eyebrow->resolve("en-US") + " " + *p.slides[0].headline.resolve("en-US");
+    std::vector<std::string> expected = referenceClaims(joined);
+    ASSERT_EQ(claimedWords(Linter::playPolicyIssues(p)), expected) << "text: " << joined;
+    claims += static_cast<int>(expected.size());
+  }
+  EXPECT_GT(claims, 1500);
 }
 
 }  // namespace

@@ -50,6 +50,9 @@ std::optional<std::pair<double, std::string>> lineScale(std::string_view line) {
 }
 
 std::string plain(std::string_view text) {
+  // Most texts carry no markup at all; the store rules call this for every text in every locale.
+  if (std::none_of(text.begin(), text.end(), [](char c) { return c == '*' || c == '{' || c == '\n'; }))
+    return std::string(text);
   std::string joined;
   bool first = true;
   for (std::string_view line : splitLines(text)) {

@@ -27,6 +27,14 @@ TEST(TextMarkup, UnpairedAsterisksAreRemovedPairwise) {
   EXPECT_EQ(TextMarkup::plain("5 * 3"), "5 * 3");
 }
 
+TEST(TextMarkup, TextWithoutMarkupIsItsOwnPlainText) {
+  EXPECT_EQ(TextMarkup::plain("Save $5, today. (c) 2025 – Größe"), "Save $5, today. (c) 2025 – Größe");
+  EXPECT_EQ(TextMarkup::plain(""), "");
+  // A brace or newline anywhere sends the text through the full reading, which leaves these be.
+  EXPECT_EQ(TextMarkup::plain("a {0.5} b"), "a {0.5} b");
+  EXPECT_EQ(TextMarkup::plain("a\n{0.5}b"), "a\nb");
+}
+
 TEST(TextMarkup, LineScaleIsClampedAndReturnsTheRest) {
   auto scale = TextMarkup::lineScale("{0.1}tiny");
   ASSERT_TRUE(scale);
