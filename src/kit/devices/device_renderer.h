@@ -3,10 +3,14 @@
 // layout keeps one in each device element's record, and many may draw at once.
 #pragma once
 
+#include "kit/image/image.h"
+
 #include "kit/devices/device_frame.h"
 #include "kit/util/geometry.h"
 
 #include <optional>
+
+typedef struct _cairo cairo_t;
 
 namespace vorno {
 
@@ -31,6 +35,10 @@ class DeviceRenderer {
   Size nativeBodySize() const;
   /// Width over height of `nativeBodySize`.
   double bodyAspect() const;
+
+  /// Paints the device so that it fills `body` (cairo space, y down), with `capture` on its screen
+  /// (a placeholder gradient when it is null) and, when `shadow` is set, its own soft shadow.
+  Result draw(cairo_t* cr, const Rect& body, const Image& capture, bool shadow) const;
 
   bool operator==(const DeviceRenderer&) const = default;
 

@@ -6,10 +6,14 @@
 #include "kit/image/image.h"
 #include "kit/util/geometry.h"
 
+#include <cstdint>
 #include <optional>
 #include <string>
+#include <vector>
 
 namespace vorno::Images {
+
+enum class ImageType { png, jpeg };
 
 /// Decodes the file. Throws VornoError: notFound "Image not found: <path>" when there is no
 /// file, invalid "Not a readable image: <path>" when it cannot be decoded.
@@ -18,5 +22,14 @@ Image load(const std::string& path);
 std::optional<Size> pixelSize(const std::string& path);
 /// Seconds since 1970, with fractions; nothing when the file cannot be read.
 std::optional<double> modificationTime(const std::string& path);
+
+/// The image with its longer side at most `maxDimension`, drawn opaque with a high-quality
+/// filter; the image itself when it is small enough. Throws io "Downscale failed."
+Image downscale(const Image& image, int maxDimension);
+/// The encoded file. PNG is written without alpha when the image is opaque; `quality` (0...1)
+/// applies to JPEG. Throws io "Image encoding failed."
+std::vector<uint8_t> encode(const Image& image, ImageType type, double quality = 0.86);
+/// Encodes and writes atomically (the file appears whole or not at all).
+void write(const Image& image, const std::string& path, ImageType type, double quality = 0.86);
 
 }  // namespace vorno::Images

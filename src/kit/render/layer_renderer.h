@@ -1,0 +1,22 @@
+// LayerRenderer: one ElementLayout drawn into one transparent bitmap at a scale, with its
+// opacity, shadow, blend-ready content and blur; and the painting of a slide's or spread's
+// backgrounds. Inside a layer the content rectangle starts at (bleed, bleed), y down.
+#pragma once
+
+#include "kit/image/image.h"
+#include "kit/layout/element_layout.h"
+
+typedef struct _cairo cairo_t;
+
+namespace vorno::LayerRenderer {
+
+/// The element's layer: `layerRect` at `scale` (clamped to 0.02...1), at least 1 x 1 pixel.
+/// Throws VornoError: a capture or image that can't be read, "Layer render failed."
+Image render(const ElementLayout& element, double scale);
+/// Paints the backgrounds of a composed slide: each member's in its slice, or one spanning fill
+/// across the board. Canvas coordinates (the board), y down.
+void paintBoard(const ComposedSlide& slide, cairo_t* cr);
+/// The backgrounds alone, the whole board at `scale`. Throws "Background render failed."
+Image background(const ComposedSlide& slide, double scale);
+
+}  // namespace vorno::LayerRenderer
