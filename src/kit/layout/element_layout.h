@@ -120,6 +120,13 @@ struct ComposedSlide {
 
   bool operator==(const ComposedSlide&) const = default;
 
+  /// The slice of the slide asked for: its index in `slideIDs`, 0 when absent.
+  int focusIndex() const {
+    for (size_t i = 0; i < slideIDs.size(); ++i)
+      if (slideIDs[i] == slideID) return static_cast<int>(i);
+    return 0;
+  }
+
   /// The element with that id and owner id.
   const ElementLayout* element(std::string_view id, std::string_view ownerID) const;
   /// The element with that uid.
