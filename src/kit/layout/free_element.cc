@@ -3,6 +3,7 @@
 #include "kit/devices/device_renderer.h"
 #include "kit/image/image_cache.h"
 #include "kit/layout/component_layout.h"
+#include "kit/layout/content_keys.h"
 #include "kit/layout/svg_path.h"
 #include "kit/layout/symbols.h"
 #include "kit/layout/slide_layout_engine.h"
@@ -20,7 +21,8 @@ namespace {
 
 namespace fs = std::filesystem;
 
-std::string number(double value) { return formatted("%.4g", value); }
+using ContentKeys::number;
+using ContentKeys::fill;
 
 std::string joined(const std::string& root, const std::string& path) {
   if (!path.empty() && path.front() == '/') return path;
@@ -32,27 +34,10 @@ std::string name(E value) {
   return std::string(EnumNames<E>::names[static_cast<size_t>(value)]);
 }
 
-std::string fillKey(const std::optional<Fill>& fill) {
-  if (!fill) return "-";
-  if (auto c = fill->solidColor()) return c->hex();
-  std::string key;
-  if (auto l = fill->linear()) {
-    key = "linear:" + number(l->angle);
-    for (const auto& c : l->colors) key += ":" + c.hex();
-  } else if (auto r = fill->radial()) {
-    key = "radial:" + number(r->x) + ":" + number(r->y) + ":" + number(r->radius);
-    for (const auto& c : r->colors) key += ":" + c.hex();
-  } else if (auto i = fill->image()) {
-    key = "image:" + i->path + ":" + name(i->fit) + ":" + number(i->dim) + ":" + number(i->blur);
-  }
-  return key;
-}
-
 std::string shadowStyleKey(const std::optional<ShadowStyle>& s) {
   if (!s) return "";
-  auto opt = [](const std::optional<double>& v) { return v ? number(*v) : std::string("-"); };
-  return "|ss" + (s->color ? s->color->hex() : std::string("-")) + "," + opt(s->opacity) + "," + opt(s->blur) + "," +
-         opt(s->x) + "," + opt(s->y);
+  return "|ss" + (s->color ? s->color->hex() : std::string("-")) + "," + number(s->opacity) + "," + number(s->blur) + "," +
+         number(s->x) + "," + number(s->y);
 }
 
 double defaultAspect(ShapeKind kind) {
@@ -269,7 +254,7 @@ std::optional<ElementLayout> SlideLayoutEngine::freeElement(const SlideElement& 
       e.frame = frameWith(height);
       e.bleed = rasterBleed(e.frame);
       e.contentKey = "shape|" + name(spec.kind) + "|" + number(width) + "x" + number(height) + "|" +
-                     fillKey(spec.fill) + "|" + (spec.stroke ? spec.stroke->hex() : "-") + "|" +
+                     fill(spec.fill) + "|" + (spec.stroke ? spec.stroke->hex() : "-") + "|" +
                      number(spec.strokeWidth) + "|" + number(spec.cornerRadius) + "|" + spec.pathData.value_or("") +
                      commonKey();
       e.content = std::move(spec);

@@ -165,16 +165,20 @@ SlideLayoutEngine::SlideResult SlideLayoutEngine::layoutSlide(const Slide& slide
   double deviceRotation = slotRotation;
   bool deviceManual = false;
   const bool wide = target.safeArea.has_value();
+  // A hand placement sets the body's width and centre; its height follows the body's aspect.
+  auto placeDeviceByHand = [&](double aspect) {
+    const Placement& p = devicePlacement->first;
+    double bw = p.width * W, bh = bw / aspect;
+    body = {p.x * W - bw * 0.5, p.y * H - bh * 0.5, bw, bh};
+    deviceRotation = p.rotation.value_or(slotRotation);
+    deviceManual = true;
+  };
   if (wide) {
     const Rect safe = *target.safeArea;
     if (renderer) {
       const double aspect = renderer->bodyAspect();
       if (devicePlacement) {
-        const Placement& p = devicePlacement->first;
-        double bw = p.width * W, bh = bw / aspect;
-        body = {p.x * W - bw * 0.5, p.y * H - bh * 0.5, bw, bh};
-        deviceRotation = p.rotation.value_or(slotRotation);
-        deviceManual = true;
+        placeDeviceByHand(aspect);
       } else {
         double bh;
         if (!widthFraction) {
@@ -342,11 +346,7 @@ SlideLayoutEngine::SlideResult SlideLayoutEngine::layoutSlide(const Slide& slide
     if (!wide) {
       const double aspect = renderer->bodyAspect();
       if (devicePlacement) {
-        const Placement& p = devicePlacement->first;
-        double bw = p.width * W, bh = bw / aspect;
-        body = {p.x * W - bw * 0.5, p.y * H - bh * 0.5, bw, bh};
-        deviceRotation = p.rotation.value_or(slotRotation);
-        deviceManual = true;
+        placeDeviceByHand(aspect);
       } else {
         double fraction;
         if (widthFraction) {

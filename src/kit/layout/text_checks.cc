@@ -1,5 +1,6 @@
 #include "kit/layout/text_checks.h"
 
+#include "kit/layout/content_keys.h"
 #include "kit/model/enum_names.h"
 #include "kit/text/text_layout.h"
 #include "kit/util/format.h"
@@ -11,29 +12,10 @@ namespace vorno {
 
 namespace {
 
-// Two decimals are far finer than a pixel at any canvas size, and keep keys short.
-std::string number(double value) { return formatted("%.4g", value); }
-
-std::string colorKey(const std::optional<RGBColor>& color) { return color ? color->hex() : "-"; }
-
-std::string fillKey(const std::optional<Fill>& fill) {
-  if (!fill) return "-";
-  if (auto c = fill->solidColor()) return "solid:" + c->hex();
-  std::string key;
-  if (auto l = fill->linear()) {
-    key = "linear:" + number(l->angle);
-    for (const auto& c : l->colors) key += ":" + c.hex();
-  } else if (auto r = fill->radial()) {
-    key = "radial:" + number(r->x) + ":" + number(r->y) + ":" + number(r->radius);
-    for (const auto& c : r->colors) key += ":" + c.hex();
-  } else if (auto i = fill->image()) {
-    key = "image:" + i->path + ":" + std::string(EnumNames<ImageFill::Fit>::names[static_cast<size_t>(i->fit)]) +
-          ":" + number(i->dim) + ":" + number(i->blur);
-  }
-  return key;
-}
-
-std::string optionalNumber(const std::optional<double>& v) { return v ? number(*v) : "-"; }
+using ContentKeys::number;
+std::string colorKey(const std::optional<RGBColor>& c) { return ContentKeys::color(c); }
+std::string fillKey(const std::optional<Fill>& f) { return ContentKeys::fill(f); }
+std::string optionalNumber(const std::optional<double>& v) { return ContentKeys::number(v); }
 
 std::string effectKey(const std::optional<TextEffect>& e) {
   if (!e) return "-";

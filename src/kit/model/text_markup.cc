@@ -26,6 +26,9 @@ std::optional<std::pair<double, std::string>> scalePrefix(std::string_view line)
   return std::pair{*number, std::string(line.substr(close + 1))};
 }
 
+
+}  // namespace
+
 std::vector<std::string_view> splitLines(std::string_view text) {
   std::vector<std::string_view> lines;
   size_t start = 0;
@@ -39,8 +42,6 @@ std::vector<std::string_view> splitLines(std::string_view text) {
     start = end + 1;
   }
 }
-
-}  // namespace
 
 std::optional<std::pair<double, std::string>> lineScale(std::string_view line) {
   auto prefix = scalePrefix(line);

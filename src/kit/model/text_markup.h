@@ -6,6 +6,7 @@
 #include <string>
 #include <string_view>
 #include <utility>
+#include <vector>
 
 namespace vorno::TextMarkup {
 
@@ -16,5 +17,8 @@ std::optional<std::pair<double, std::string>> lineScale(std::string_view line);
 /// The text without "{n}" line prefixes and "**": what a reader sees, for word counts and
 /// policy checks.
 std::string plain(std::string_view text);
+
+/// The lines of a text split on "\n", empty ones kept: "a\n" is two lines.
+std::vector<std::string_view> splitLines(std::string_view text);
 
 }  // namespace vorno::TextMarkup

@@ -37,19 +37,7 @@ std::string uppercased(std::string_view text) {
   return out;
 }
 
-std::vector<std::string_view> splitLines(std::string_view text) {
-  std::vector<std::string_view> lines;
-  size_t start = 0;
-  while (true) {
-    size_t end = text.find('\n', start);
-    if (end == std::string_view::npos) {
-      lines.push_back(text.substr(start));
-      return lines;
-    }
-    lines.push_back(text.substr(start, end - start));
-    start = end + 1;
-  }
-}
+std::vector<std::string_view> splitLines(std::string_view text) { return TextMarkup::splitLines(text); }
 
 std::string withoutEmphasisMarks(std::string_view text) {
   std::string out;
