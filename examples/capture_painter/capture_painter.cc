@@ -76,6 +76,10 @@ int main(int argc, char** argv) {
       for (const Phone& phone : {Phone::iPhone(), Phone::androidPhone()})
         for (const Screen& screen : screens) ok = writeScreen(screen, phone, locale, folder) && ok;
     }
+    // The app icon, which the notification on the paid slide shows.
+    fs::create_directories(package / "assets");
+    Phone square{"", false, 1024, 1024, 1};
+    ok = writeScreen({"app-icon", paintAppIcon}, square, "en-US", package / "assets") && ok;
     return ok ? 0 : 1;
   } catch (const std::exception& error) {
     std::fprintf(stderr, "Error: %s\n", error.what());

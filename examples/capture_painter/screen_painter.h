@@ -121,5 +121,7 @@ void paintQuote(ScreenPainter& p);
 void paintMap(ScreenPainter& p);
 void paintPaid(ScreenPainter& p);
 void paintTeam(ScreenPainter& p);
+/// The app's icon, on a square painter.
+void paintAppIcon(ScreenPainter& p);
 
 }  // namespace crewday

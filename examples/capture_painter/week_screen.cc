@@ -18,21 +18,23 @@ struct Job {
   const char* placeJa;
 };
 
+// Japanese titles carry their own line break: the columns hold four characters, and a word
+// split by the line breaker would read badly.
 const Job jobs[] = {
-    {0, 7.5, 10, &Brand::amber, "Panel upgrade", "分電盤の交換", "Oak St", "桜台"},
-    {0, 11, 14, &Brand::blue, "Boiler service", "給湯器の点検", "Hill Rd", "緑町"},
-    {0, 15, 16.75, &Brand::orange, "Deck repair", "デッキ補修", "Pine Ave", "本町"},
-    {1, 8, 12, &Brand::orange, "Kitchen fit-out", "キッチン取付", "Elm St", "栄町"},
-    {1, 13, 15.5, &Brand::amber, "EV charger", "EV充電器", "Bay Rd", "港町"},
-    {2, 7, 9, &Brand::blue, "Leak fix", "水漏れ修理", "Mill Ln", "中町"},
-    {2, 9.5, 12.5, &Brand::amber, "Kitchen rewire", "キッチン配線", "Elm St", "栄町"},
-    {2, 13.5, 16.5, &Brand::violet, "Hallway paint", "廊下の塗装", "Park Pl", "旭町"},
-    {3, 8, 11, &Brand::teal, "AC install", "エアコン設置", "Lake Dr", "湖南"},
-    {3, 12, 13.5, &Brand::blue, "Tap swap", "蛇口交換", "Rose St", "若葉"},
-    {3, 14, 17, &Brand::orange, "Hang doors", "ドア取付", "Oak St", "桜台"},
-    {4, 7.5, 9.5, &Brand::amber, "Site survey", "現地調査", "Kent Rd", "東町"},
-    {4, 10, 15, &Brand::red, "Roof repair", "屋根修理", "Ash Ct", "西町"},
-    {4, 15.5, 17, &Brand::violet, "Touch-ups", "仕上げ塗装", "Park Pl", "旭町"},
+    {0, 7.5, 10, &Brand::amber, "Panel upgrade", "分電盤\n交換", "Oak St", "桜台"},
+    {0, 11, 14, &Brand::blue, "Boiler service", "給湯器\n点検", "Hill Rd", "緑町"},
+    {0, 15, 16.75, &Brand::orange, "Deck repair", "デッキ\n補修", "Pine Ave", "本町"},
+    {1, 8, 12, &Brand::orange, "Kitchen fit-out", "キッチン\n取付", "Elm St", "栄町"},
+    {1, 13, 15.5, &Brand::amber, "EV charger", "EV\n充電器", "Bay Rd", "港町"},
+    {2, 7, 9, &Brand::blue, "Leak fix", "水漏れ\n修理", "Mill Ln", "中町"},
+    {2, 9.5, 12.5, &Brand::amber, "Kitchen rewire", "キッチン\n配線", "Elm St", "栄町"},
+    {2, 13.5, 16.5, &Brand::violet, "Hallway paint", "廊下\n塗装", "Park Pl", "旭町"},
+    {3, 8, 11, &Brand::teal, "AC install", "エアコン\n設置", "Lake Dr", "湖南"},
+    {3, 12, 13.5, &Brand::blue, "Tap swap", "蛇口\n交換", "Rose St", "若葉"},
+    {3, 14, 17, &Brand::orange, "Hang doors", "ドア\n取付", "Oak St", "桜台"},
+    {4, 7.5, 9.5, &Brand::amber, "Site survey", "現地\n調査", "Kent Rd", "東町"},
+    {4, 10, 15, &Brand::red, "Roof repair", "屋根\n修理", "Ash Ct", "西町"},
+    {4, 15.5, 17, &Brand::violet, "Touch-ups", "仕上げ\n塗装", "Park Pl", "旭町"},
 };
 
 std::string hourLabel(int hour, bool japanese) {
