@@ -21,7 +21,8 @@ void paintAppIcon(ScreenPainter& p) {
   p.roundRect(sheet, W * 0.09, Brand::card);
   p.roundRect({sheet.x, sheet.y, sheet.width, sheet.height * 0.26}, W * 0.09, Brand::navy);
   p.fill({sheet.x, sheet.y + sheet.height * 0.1, sheet.width, sheet.height * 0.16}, Brand::navy);
-  for (double u : {0.3, 0.7}) p.roundRect({sheet.x + sheet.width * u - W * 0.025, H * 0.18, W * 0.05, H * 0.13}, W * 0.025, Brand::card);
+  for (double u : {0.3, 0.7})
+    p.roundRect({sheet.x + sheet.width * u - W * 0.025, H * 0.18, W * 0.05, H * 0.13}, W * 0.025, Brand::card);
   p.polyline({{W * 0.36, H * 0.56}, {W * 0.46, H * 0.66}, {W * 0.65, H * 0.45}}, Brand::orange, W * 0.075);
 }
 

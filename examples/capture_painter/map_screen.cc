@@ -57,7 +57,8 @@ void drawTown(ScreenPainter& p, const Town& t) {
                         {0.66, 0.598, "Harbour Rd", "港通り"},    {0.05, 1.092, "Park Place", "旭町通り"},
                         {0.46, 1.255, "Lake Drive", "湖南通り"}};
   for (const Name& n : names)
-    p.label(p.L(n.en, n.ja), t.at(n.u, n.v).x, t.at(n.u, n.v).y, 0.3 * t.W, 9.5, FontWeight::medium, Brand::hex("#8C8578"));
+    p.label(p.L(n.en, n.ja), t.at(n.u, n.v).x, t.at(n.u, n.v).y, 0.3 * t.W, 9.5, FontWeight::medium,
+            Brand::hex("#8C8578"));
 }
 
 void pin(ScreenPainter& p, Point at, const std::string& number, const RGBColor& color, bool done) {

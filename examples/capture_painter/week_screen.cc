@@ -124,7 +124,8 @@ void paintWeek(ScreenPainter& p) {
     p.fill({gridLeft, ly, gridRight - gridLeft, 0.75}, Brand::hairline);
     p.label(hourLabel(h, p.japanese()), 0, ly, timeColumn, 10.5, FontWeight::medium, Brand::muted, TextAlign::right);
   }
-  for (int d = 1; d < 5; ++d) p.fill({gridLeft + column * d, gridTop - 6, 0.75, gridBottom - gridTop + 6}, Brand::hairline);
+  for (int d = 1; d < 5; ++d)
+    p.fill({gridLeft + column * d, gridTop - 6, 0.75, gridBottom - gridTop + 6}, Brand::hairline);
 
   for (const Job& job : jobs) {
     Rect block{gridLeft + column * job.day + 2.5, yOf(job.start) + 1.5, column - 5, (job.end - job.start) * hour - 3};
