@@ -6,7 +6,7 @@ FUZZ_SECONDS ?= 60
 JOBS ?= $(shell nproc)
 EXAMPLE := examples/Demo.vorno
 
-.PHONY: all setup build test demo fuzz bench clean
+.PHONY: all setup build test demo demo-captures fuzz bench clean
 
 all: build
 
@@ -22,8 +22,33 @@ build: setup $(BUILD)/build.ninja
 test: build
 	cd $(BUILD) && ctest --output-on-failure -j $(JOBS)
 
+# The example's slide and creative ids, targets and locales, read from its project.json (node is
+# installed by scripts/setup.sh).
+EXAMPLE_LIST = node -e 'const p = require("./$(EXAMPLE)/project.json"); \
+  const ids = {slides: p.slides.map(s => s.id), creatives: (p.creatives || []).map(c => c.id), \
+  targets: p.targets, locales: p.locales}; console.log(ids[process.argv[1]].join(" "))'
+
+# Lints the example, then renders its overview for every target and locale, every slide for every
+# target and locale, and each creative once per locale (a creative has its own canvas), into
+# $(EXAMPLE)/renders.
 demo: build
 	$(BUILD)/vorno lint --project $(EXAMPLE)
+	@set -e; \
+	targets="$$($(EXAMPLE_LIST) targets)"; locales="$$($(EXAMPLE_LIST) locales)"; \
+	for t in $$targets; do for l in $$locales; do \
+	  $(BUILD)/vorno overview --project $(EXAMPLE) --target $$t --locale $$l; \
+	  for s in $$($(EXAMPLE_LIST) slides); do \
+	    $(BUILD)/vorno render --project $(EXAMPLE) --slide $$s --target $$t --locale $$l; \
+	  done; \
+	done; done; \
+	for c in $$($(EXAMPLE_LIST) creatives); do for l in $$locales; do \
+	  $(BUILD)/vorno render --project $(EXAMPLE) --slide $$c --locale $$l; \
+	done; done
+	@echo "The demo's renders are in $(EXAMPLE)/renders/"
+
+# Paints the example app's screens again into $(EXAMPLE)/captures and its icon into assets/.
+demo-captures: build
+	$(BUILD)/demo_captures $(EXAMPLE)
 
 $(FUZZ_BUILD)/build.ninja:
 	CC=clang CXX=clang++ cmake -S . -B $(FUZZ_BUILD) -G Ninja -DVORNO_FUZZ=ON \
