@@ -9,6 +9,10 @@
 #include <cairo.h>
 #include <gtest/gtest.h>
 
+#include <memory>
+#include <thread>
+#include <vector>
+
 namespace vorno {
 namespace {
 
@@ -381,5 +385,26 @@ TEST(DeviceRendererOverlay, ShadowFallsBelowTheFrame) {
   EXPECT_LT(canvas.at(200, 100).distance(green), 1);
 }
 
+
+TEST(DeviceRendererDraw, ManyThreadsDrawTheSamePicture) {
+  // A renderer holds only values: drawing it on several threads at once, each into its own
+  // bitmap, gives the picture one thread draws alone (mask cache and shadow included).
+  testing::TempFolder folder;
+  DeviceFrame frame = iphone17Pro();
+  frame.maskPDFPath = folder.file("mask.pdf");
+  testing::writeMaskPDF(*frame.maskPDFPath, 1206, 2622, 186);
+  DeviceRenderer renderer(frame);
+  Image capture = testing::solidCapture(603, 1311, green);
+  Rect body = bodyAt(renderer, 0.25);
+  TestCanvas alone(420, 820, background);
+  renderer.draw(alone.context(), body, capture, true);
+  std::vector<std::unique_ptr<TestCanvas>> canvases;
+  for (int i = 0; i < 4; ++i) canvases.push_back(std::make_unique<TestCanvas>(420, 820, background));
+  std::vector<std::thread> threads;
+  for (auto& canvas : canvases)
+    threads.emplace_back([&, c = canvas.get()] { renderer.draw(c->context(), body, capture, true); });
+  for (auto& thread : threads) thread.join();
+  for (auto& canvas : canvases) EXPECT_TRUE(canvas->samePixels(alone));
+}
 }  // namespace
 }  // namespace vorno
