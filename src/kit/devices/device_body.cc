@@ -154,7 +154,11 @@ void drawPolishedEdge(cairo_t* cr, const Geometry& g, const Finish& finish) {
   Path highlight = g.hinge ? ScreenShape::continuousRect(rim, g.leftOf(q, std::max(0.0, g.H - (g.R - q))),
                                                          g.rightOf(q, std::max(0.0, g.H - (g.R - q))))
                            : ScreenShape::continuousRect(rim, q);
+  // The highlight's corners are tighter than the body's, so at each corner it would stray past
+  // the silhouette onto the slide as a pale arc: it is kept inside the body, where it runs along
+  // the very edge of the corner instead.
   CairoSaved saved(cr);
+  clipTo(cr, g.bodyPath());
   strokePath(cr, highlight, {1, 1, 1, 0.28}, std::max(0.5, g.b * 0.18));
 }
 

@@ -99,7 +99,10 @@ enum class ShadowResolution {
 /// pixel scale; down is down on the final picture, whatever the rotation). Only the shadow is
 /// painted, not the shape. Returns the factor the shadow was reduced by: 1 at full resolution,
 /// 0 when nothing was painted.
+/// `covered`, when given, is a rectangle (user space) inside the shape that the caller paints
+/// over opaquely afterwards: the shadow under it is never seen, so it isn't painted.
 double paintShadow(cairo_t* cr, const ShapePainter& shape, const Rect& bounds, double blur, double offset,
-                   double alpha, ShadowResolution resolution = ShadowResolution::automatic);
+                   double alpha, ShadowResolution resolution = ShadowResolution::automatic,
+                   std::optional<Rect> covered = std::nullopt);
 
 }  // namespace vorno::DeviceDrawing

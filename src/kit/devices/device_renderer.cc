@@ -141,8 +141,12 @@ DeviceRenderer::Result DeviceRenderer::draw(cairo_t* cr, const Rect& body, const
     Path outline = g.bodyPath().transformed(rotation);
     Rect bounds = transformedBounds(rotation, g.body);
     double m = std::min(body.width, body.height);
-    paintShadow(cr, filling(outline), bounds, m * 0.09, m * 0.05, 0.22);
-    paintShadow(cr, filling(outline), bounds, m * 0.025, m * 0.01, 0.25);
+    // The body path is filled opaquely right after; its inner rectangle (clear of the corners'
+    // curves) hides the shadow beneath.
+    double corner = std::max(g.R, g.H);
+    Rect covered = transformedBounds(rotation, g.body.insetBy(corner, corner));
+    paintShadow(cr, filling(outline), bounds, m * 0.09, m * 0.05, 0.22, ShadowResolution::automatic, covered);
+    paintShadow(cr, filling(outline), bounds, m * 0.025, m * 0.01, 0.25, ShadowResolution::automatic, covered);
     CairoSaved saved(cr);
     appendPath(cr, outline);
     setColor(cr, finish_.dark);

@@ -47,7 +47,7 @@ Rect deviceClip(cairo_t* cr) {
 // Paints the shadow through a bitmap `factor` times smaller than `region` (device pixels).
 // False when the bitmap can't be had; the target is then untouched.
 bool paintThrough(cairo_t* cr, const ShapePainter& shape, const cairo_matrix_t& ctm, const Rect& region, double factor,
-                  double blurPixels, double offsetPixels, double alpha) {
+                  double blurPixels, double offsetPixels, double alpha, const std::optional<Rect>& hidden) {
   int width = std::max(1, static_cast<int>(std::ceil(region.width / factor)));
   int height = std::max(1, static_cast<int>(std::ceil(region.height / factor)));
   CairoSurfacePtr bitmap(cairo_image_surface_create(CAIRO_FORMAT_ARGB32, width, height));
@@ -79,6 +79,10 @@ bool paintThrough(cairo_t* cr, const ShapePainter& shape, const cairo_matrix_t& 
   cairo_pattern_set_extend(pattern.get(), CAIRO_EXTEND_PAD);
   cairo_set_source(cr, pattern.get());
   addRect(cr, region);
+  if (hidden) {
+    addRect(cr, *hidden);
+    cairo_set_fill_rule(cr, CAIRO_FILL_RULE_EVEN_ODD);
+  }
   cairo_fill(cr);
   return true;
 }
@@ -86,7 +90,7 @@ bool paintThrough(cairo_t* cr, const ShapePainter& shape, const cairo_matrix_t& 
 }  // namespace
 
 double paintShadow(cairo_t* cr, const ShapePainter& shape, const Rect& bounds, double blur, double offset,
-                   double alpha, ShadowResolution resolution) {
+                   double alpha, ShadowResolution resolution, std::optional<Rect> covered) {
   if (bounds.isEmpty() || !(alpha > 0) || cairo_status(cr) != CAIRO_STATUS_SUCCESS) return 0;
   cairo_matrix_t ctm;
   cairo_get_matrix(cr, &ctm);
@@ -107,8 +111,19 @@ double paintShadow(cairo_t* cr, const ShapePainter& shape, const Rect& bounds, d
   double x0 = std::floor(region.minX()), y0 = std::floor(region.minY());
   region = {x0, y0, std::ceil(region.maxX()) - x0, std::ceil(region.maxY()) - y0};
 
-  if (factor > 1 && paintThrough(cr, shape, ctm, region, factor, blurPixels, offsetPixels, alpha)) return factor;
-  return paintThrough(cr, shape, ctm, region, 1, blurPixels, offsetPixels, alpha) ? 1 : 0;
+  // Most of a device's shadow lies under the device itself. Skipping that part saves most of the
+  // cost of scaling the bitmap back up; only an axis-aligned rectangle, whole pixels inside the
+  // covered one, is skipped, so its edges stay exact.
+  std::optional<Rect> hidden;
+  if (covered && ctm.xy == 0 && ctm.yx == 0) {
+    Rect inside = deviceBounds(cr, *covered);
+    double hx0 = std::ceil(inside.minX()), hy0 = std::ceil(inside.minY());
+    double hx1 = std::floor(inside.maxX()), hy1 = std::floor(inside.maxY());
+    Rect snapped{hx0, hy0, hx1 - hx0, hy1 - hy0};
+    if (!snapped.isEmpty() && region.contains(snapped)) hidden = snapped;
+  }
+  if (factor > 1 && paintThrough(cr, shape, ctm, region, factor, blurPixels, offsetPixels, alpha, hidden)) return factor;
+  return paintThrough(cr, shape, ctm, region, 1, blurPixels, offsetPixels, alpha, hidden) ? 1 : 0;
 }
 
 }  // namespace vorno::DeviceDrawing
