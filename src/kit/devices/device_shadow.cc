@@ -1,0 +1,114 @@
+// The soft shadow under a device.
+//
+// How it works. The shape is filled in black at the shadow's alpha into a bitmap of its own that
+// covers, in device pixels, the shape grown by three standard deviations of the blur (1.5 times
+// the blur, which is twice the deviation) and the same moved down by the offset, cut to the clip.
+// The bitmap is blurred and painted back with the identity transform, so "down" is down on the
+// final picture however the device is turned or rotated, as a shadow cast by light from above.
+//
+// At export sizes the big shadow is costly: a phone 1320 pixels wide casts a blur of about 120
+// pixels over a region of some 1700 by 2900 pixels, ten megabytes to fill and blur. A blur that
+// wide has no detail to keep, so when the context's transform is a plain uniform scale the bitmap
+// is made smaller by f = min(6, blur in pixels / 8) (only when that is at least 1.5), the shape
+// is filled and blurred there, and the result is scaled back up with a smooth filter. Under a
+// rotation or a stretch the shadow is painted at full resolution, where such a shortcut could
+// show. Any failure of the small bitmap falls back on the full one.
+#include "kit/devices/device_drawing.h"
+
+#include "kit/image/blur.h"
+#include "kit/image/cairo_util.h"
+
+#include <cairo.h>
+
+#include <algorithm>
+#include <cmath>
+
+namespace vorno::DeviceDrawing {
+namespace {
+
+Rect deviceBounds(cairo_t* cr, const Rect& user) {
+  double xs[4] = {user.minX(), user.maxX(), user.maxX(), user.minX()};
+  double ys[4] = {user.minY(), user.minY(), user.maxY(), user.maxY()};
+  double x0 = INFINITY, y0 = INFINITY, x1 = -INFINITY, y1 = -INFINITY;
+  for (int i = 0; i < 4; ++i) {
+    cairo_user_to_device(cr, &xs[i], &ys[i]);
+    x0 = std::min(x0, xs[i]), x1 = std::max(x1, xs[i]);
+    y0 = std::min(y0, ys[i]), y1 = std::max(y1, ys[i]);
+  }
+  return {x0, y0, x1 - x0, y1 - y0};
+}
+
+Rect deviceClip(cairo_t* cr) {
+  double x0, y0, x1, y1;
+  cairo_clip_extents(cr, &x0, &y0, &x1, &y1);
+  return deviceBounds(cr, {x0, y0, x1 - x0, y1 - y0});
+}
+
+// Paints the shadow through a bitmap `factor` times smaller than `region` (device pixels).
+// False when the bitmap can't be had; the target is then untouched.
+bool paintThrough(cairo_t* cr, const ShapePainter& shape, const cairo_matrix_t& ctm, const Rect& region, double factor,
+                  double blurPixels, double offsetPixels, double alpha) {
+  int width = std::max(1, static_cast<int>(std::ceil(region.width / factor)));
+  int height = std::max(1, static_cast<int>(std::ceil(region.height / factor)));
+  CairoSurfacePtr bitmap(cairo_image_surface_create(CAIRO_FORMAT_ARGB32, width, height));
+  if (cairo_surface_status(bitmap.get()) != CAIRO_STATUS_SUCCESS) return false;
+  {
+    CairoContextPtr shadow(cairo_create(bitmap.get()));
+    cairo_t* scr = shadow.get();
+    cairo_scale(scr, 1 / factor, 1 / factor);
+    cairo_translate(scr, -region.x, -region.y + offsetPixels);
+    cairo_transform(scr, &ctm);
+    cairo_set_source_rgba(scr, 0, 0, 0, alpha);
+    shape(scr);
+    if (cairo_status(scr) != CAIRO_STATUS_SUCCESS) return false;
+  }
+  cairo_surface_flush(bitmap.get());
+  if (!blurARGB32(cairo_image_surface_get_data(bitmap.get()), width, height,
+                  cairo_image_surface_get_stride(bitmap.get()), blurPixels / 2 / factor))
+    return false;
+  cairo_surface_mark_dirty(bitmap.get());
+
+  CairoSaved saved(cr);
+  cairo_identity_matrix(cr);
+  CairoPatternPtr pattern(cairo_pattern_create_for_surface(bitmap.get()));
+  cairo_matrix_t matrix;
+  cairo_matrix_init_scale(&matrix, 1 / factor, 1 / factor);
+  cairo_matrix_translate(&matrix, -region.x, -region.y);
+  cairo_pattern_set_matrix(pattern.get(), &matrix);
+  cairo_pattern_set_filter(pattern.get(), factor > 1 ? CAIRO_FILTER_GOOD : CAIRO_FILTER_NEAREST);
+  cairo_pattern_set_extend(pattern.get(), CAIRO_EXTEND_PAD);
+  cairo_set_source(cr, pattern.get());
+  addRect(cr, region);
+  cairo_fill(cr);
+  return true;
+}
+
+}  // namespace
+
+double paintShadow(cairo_t* cr, const ShapePainter& shape, const Rect& bounds, double blur, double offset,
+                   double alpha, ShadowResolution resolution) {
+  if (bounds.isEmpty() || !(alpha > 0) || cairo_status(cr) != CAIRO_STATUS_SUCCESS) return 0;
+  cairo_matrix_t ctm;
+  cairo_get_matrix(cr, &ctm);
+  const double s = std::hypot(ctm.xx, ctm.yx);
+  const double blurPixels = std::max(0.0, blur * s), offsetPixels = offset * s;
+
+  double factor = 1;
+  if (resolution == ShadowResolution::automatic) {
+    bool plainScale = ctm.xy == 0 && ctm.yx == 0 && ctm.xx > 0 && ctm.yy > 0 &&
+                      std::abs(ctm.xx - ctm.yy) < 1e-6 * ctm.xx;
+    double candidate = std::min(6.0, blurPixels * 0.125);
+    if (plainScale && candidate >= 1.5) factor = candidate;
+  }
+
+  Rect grown = deviceBounds(cr, bounds).outsetBy(1.5 * blurPixels);
+  Rect region = grown.united(grown.offsetBy(0, offsetPixels)).intersection(deviceClip(cr));
+  if (region.isEmpty()) return 0;
+  double x0 = std::floor(region.minX()), y0 = std::floor(region.minY());
+  region = {x0, y0, std::ceil(region.maxX()) - x0, std::ceil(region.maxY()) - y0};
+
+  if (factor > 1 && paintThrough(cr, shape, ctm, region, factor, blurPixels, offsetPixels, alpha)) return factor;
+  return paintThrough(cr, shape, ctm, region, 1, blurPixels, offsetPixels, alpha) ? 1 : 0;
+}
+
+}  // namespace vorno::DeviceDrawing
