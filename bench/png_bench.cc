@@ -8,6 +8,7 @@
 // headline and a subhead, a rounded card with a photo-like capture (smooth shapes, a soft
 // vignette and sensor-like noise), and a few flat interface blocks.
 #include "kit/image/canvas.h"
+#include "kit/image/images.h"
 #include "kit/image/png_writer.h"
 #include "kit/text/text_layout.h"
 #include "kit/text/text_spec.h"
@@ -187,6 +188,29 @@ void BM_Libpng(benchmark::State& state) {
   state.counters["bytes"] = double(size);
 }
 BENCHMARK(BM_Libpng)->Arg(1)->Arg(6)->Unit(benchmark::kMillisecond);
+
+// The preview path: the slide down to a longest side of 1200, with the filter Images::downscale
+// uses (GOOD) against cairo's BEST.
+void BM_Downscale(benchmark::State& state) {
+  const Image& image = slide();
+  const cairo_filter_t filter = state.range(0) ? CAIRO_FILTER_BEST : CAIRO_FILTER_GOOD;
+  for (auto _ : state) {
+    if (filter == CAIRO_FILTER_GOOD) {
+      benchmark::DoNotOptimize(Images::downscale(image, 1200));
+      continue;
+    }
+    const double f = 1200.0 / image.height();
+    Canvas canvas = Canvas::opaque(int(image.width() * f), 1200);
+    cairo_t* cr = canvas.context();
+    cairo_scale(cr, f, f);
+    cairo_set_source_surface(cr, image.surface(), 0, 0);
+    cairo_pattern_set_filter(cairo_get_source(cr), filter);
+    cairo_pattern_set_extend(cairo_get_source(cr), CAIRO_EXTEND_PAD);
+    cairo_paint(cr);
+    benchmark::DoNotOptimize(canvas.finish());
+  }
+}
+BENCHMARK(BM_Downscale)->Arg(0)->Arg(1)->Unit(benchmark::kMillisecond);
 
 }  // namespace
 
