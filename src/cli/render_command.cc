@@ -19,8 +19,9 @@
 #include "kit/util/vorno_error.h"
 
 #include <nlohmann/json.hpp>
+#include <unicode/uchar.h>
+#include <unicode/utf8.h>
 
-#include <cctype>
 #include <filesystem>
 #include <iostream>
 
@@ -57,13 +58,23 @@ fs::path outputPath(const std::optional<std::string>& out, const FileProjectStor
   return store.rendersDir() / name;
 }
 
-namespace {
-
+// "%02d-" of the layer's number, then its id with anything but letters, digits and "-" made "_".
 std::string layerFileName(size_t index, const std::string& id) {
+  // Letters and digits of any script are kept, as a person reads them ("Übersicht" stays).
   std::string name = formatted("%02d-", static_cast<int>(index));
-  for (unsigned char c : id) name += (std::isalnum(c) || c == '-') ? static_cast<char>(c) : '_';
+  const auto* bytes = reinterpret_cast<const uint8_t*>(id.data());
+  int32_t length = static_cast<int32_t>(id.size());
+  for (int32_t i = 0; i < length;) {
+    int32_t start = i;
+    UChar32 c;
+    U8_NEXT(bytes, i, length, c);
+    bool kept = c >= 0 && (u_isalpha(c) || u_isdigit(c) || c == '-');
+    name += kept ? id.substr(static_cast<size_t>(start), static_cast<size_t>(i - start)) : "_";
+  }
   return name + ".png";
 }
+
+namespace {
 
 void writeLayers(const fs::path& folder, const Project& project, const fs::path& root, const Slide& slide,
                  const StoreTarget& target, const std::string& locale, const SlideRenderer& renderer) {
