@@ -77,10 +77,11 @@ std::string slideJSON(int index) {
     "subhead": "Jobs, crews and routes in one calm view.",
     "device": {"screenshot": "captures/{locale}/home.png"},
     "elements": [
-      {"id": "glow", "kind": "shape", "shape": "circle", "fill": "#FFFFFF", "opacity": 0.5, "blur": 40,
-       "placement": {"x": 0.2, "y": 0.85, "width": 0.3}},
+      {"id": "glow", "kind": "shape", "shape": "circle", "fill": "#FFFFFF", "opacity": 0.5, "blur": 0.04},
       {"id": "stars", "kind": "component", "component": {"type": "rating", "value": 4.8, "style": "clear",
-       "title": "Loved by 20,000 crews"}, "placement": {"x": 0.5, "y": 0.93, "width": 0.6}}]})";
+       "title": "Loved by 20,000 crews"}}],
+    "overrides": {"ios.iphone-6.9": {"placements": {"glow": {"x": 0.2, "y": 0.85, "width": 0.3},
+      "stars": {"x": 0.5, "y": 0.93, "width": 0.6}}}}})";
 }
 
 fs::path makePackage(int slides) {
