@@ -25,8 +25,10 @@ TEST(CreativeGuides, GuidesOnATargetWithASafeAreaKeepThePicturesSize) {
   // Inside stays as it was, outside is veiled darker.
   EXPECT_EQ(rgbAt(guided, 400, 200), rgbAt(picture, 400, 200));
   EXPECT_LT(rgbAt(guided, 50, 50) & 0xFF, rgbAt(picture, 50, 50) & 0xFF);
-  // The light dash runs on the safe area's edge (x 200 in the picture).
-  EXPECT_GT(rgbAt(guided, 200, 101) & 0xFF, 0xE0u);
+  // The light dash starts at the safe area's top left corner (200, 100 in the picture) and runs
+  // right; the dark one runs two pixels further out.
+  EXPECT_GT(rgbAt(guided, 204, 100) & 0xFF, 0xE0u);
+  EXPECT_LT(rgbAt(guided, 204, 98) & 0xFF, 0x30u);
 }
 
 TEST(CreativeGuides, TargetWithoutSafeAreaGivesTheImageUnchanged) {
