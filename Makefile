@@ -6,7 +6,7 @@ FUZZ_SECONDS ?= 60
 JOBS ?= $(shell nproc)
 EXAMPLE := examples/Demo.vorno
 
-.PHONY: all setup build test demo demo-captures fuzz bench clean
+.PHONY: all setup build test demo demo-captures fuzz bench goldens clean
 
 all: build
 
@@ -21,6 +21,11 @@ build: setup $(BUILD)/build.ninja
 
 test: build
 	cd $(BUILD) && ctest --output-on-failure -j $(JOBS)
+
+# Rewrites tests/golden/*.png from the current renderer, after a deliberate change of the
+# pictures. Look at every changed golden before committing it.
+goldens: build
+	VORNO_UPDATE_GOLDENS=1 $(BUILD)/vorno_tests --gtest_filter='Golden*'
 
 # The example's slide and creative ids, targets and locales, read from its project.json (node is
 # installed by scripts/setup.sh).

@@ -15,9 +15,7 @@ namespace {
 
 int runMCP(const ParsedArguments&) { notAvailable("mcp"); }
 int runSetup(const ParsedArguments&) { notAvailable("setup"); }
-int runRender(const ParsedArguments&) { notAvailable("render"); }
 int runVideo(const ParsedArguments&) { notAvailable("video"); }
-int runOverview(const ParsedArguments&) { notAvailable("overview"); }
 int runExport(const ParsedArguments&) { notAvailable("export"); }
 int runCapture(const ParsedArguments&) { notAvailable("capture"); }
 

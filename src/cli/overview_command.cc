@@ -1,0 +1,60 @@
+// `vorno overview`: every slide side by side on one sheet per look, then the story outline, so a
+// person can judge the set as a whole, and compare looks with --all-variants.
+#include "cli/command_spec.h"
+#include "cli/commands.h"
+#include "kit/image/images.h"
+#include "kit/model/project.h"
+#include "kit/model/store_target.h"
+#include "kit/render/contact_sheet.h"
+#include "kit/render/slide_renderer.h"
+#include "kit/store/file_project_store.h"
+#include "kit/util/paths.h"
+
+#include <filesystem>
+#include <iostream>
+#include <optional>
+#include <vector>
+
+namespace vorno::cli {
+
+namespace fs = std::filesystem;
+
+// Defined with `render`.
+const StoreTarget& slideTarget(const Project& project, const std::optional<std::string>& requested);
+std::string runLocale(const Project& project, const std::optional<std::string>& requested);
+fs::path outputPath(const std::optional<std::string>& out, const FileProjectStore& store, const std::string& name);
+
+int runOverview(const ParsedArguments& args) {
+  FileProjectStore store(standardizePath(*args.string("project")));
+  Project base = store.load();
+
+  std::vector<std::optional<std::string>> looks;
+  if (args.flag("allVariants")) {
+    looks.push_back(std::nullopt);
+    for (const auto& variant : base.variants) looks.push_back(variant.id);
+  } else {
+    looks.push_back(args.string("variant"));
+  }
+  if (args.flag("allVariants") && args.string("out") && looks.size() >= 2)
+    throw UsageError("--out names one file; leave it out with --all-variants.");
+
+  const bool wordsOnly = args.flag("wordsOnly");
+  SlideRenderer renderer;
+  for (const auto& look : looks) {
+    Project project = base.resolved(look);
+    const StoreTarget& target = slideTarget(project, args.string("target"));
+    const std::string locale = runLocale(project, args.string("locale"));
+    if (wordsOnly) project = project.wordsOnly();
+
+    ContactSheet::Sheet sheet = ContactSheet::render(project, store.root().string(), target, locale, renderer, 900);
+    std::string name = "overview-" + target.id + "-" + locale + (wordsOnly ? "-words" : "");
+    if (look) name += "-" + *look;
+    fs::path path = outputPath(args.string("out"), store, name + ".png");
+    Images::write(sheet.image, path.string(), Images::ImageType::png);
+    std::cout << path.string() << "\n";
+    for (const auto& line : project.storyOutline(locale)) std::cout << line << "\n";
+  }
+  return 0;
+}
+
+}  // namespace vorno::cli

@@ -1,0 +1,146 @@
+// `vorno render`: one slide or creative at the target's exact size, to a PNG under renders/ (or
+// --out), then the layout's issues. With --layers, also every layer as its own PNG and
+// layers.json.
+//
+// A creative in motion is rendered as its poster still through the same still path for now: the
+// moment (--time) names the file, and --filmstrip is refused, until motion rendering lands.
+#include "cli/command_spec.h"
+#include "cli/commands.h"
+#include "kit/image/images.h"
+#include "kit/model/project.h"
+#include "kit/model/store_target.h"
+#include "kit/render/creative_guides.h"
+#include "kit/render/slide_renderer.h"
+#include "kit/store/file_project_store.h"
+#include "kit/util/atomic_write.h"
+#include "kit/util/format.h"
+#include "kit/util/json_output.h"
+#include "kit/util/paths.h"
+#include "kit/util/vorno_error.h"
+
+#include <nlohmann/json.hpp>
+#include <unicode/uchar.h>
+#include <unicode/utf8.h>
+
+#include <filesystem>
+#include <iostream>
+
+namespace vorno::cli {
+
+namespace fs = std::filesystem;
+
+// Shared with `overview`: the target of a slide, and the locale of a run.
+const StoreTarget& slideTarget(const Project& project, const std::optional<std::string>& requested) {
+  std::optional<std::string> id = requested;
+  if (!id && !project.targets.empty()) id = project.targets.front();
+  if (!id) return StoreTarget::iphone69();
+  if (const StoreTarget* target = StoreTarget::named(*id)) return *target;
+  std::string known;
+  for (const auto& target : StoreTarget::all()) known += (known.empty() ? "" : ", ") + target.id;
+  throw UsageError("Unknown target. Known: " + known);
+}
+
+std::string runLocale(const Project& project, const std::optional<std::string>& requested) {
+  if (requested) return *requested;
+  return project.locales.empty() ? "en-US" : project.locales.front();
+}
+
+// A given --out is taken as it stands; the default lives in renders/, made when needed.
+fs::path outputPath(const std::optional<std::string>& out, const FileProjectStore& store, const std::string& name) {
+  if (out) {
+    fs::path path = fs::absolute(*out);
+    if (!fs::is_directory(path.parent_path()))
+      throw VornoError::notFound("The folder " + path.parent_path().string() +
+                                 " doesn't exist. Create it, or leave --out off to write into renders/.");
+    return path;
+  }
+  createFolders(store.rendersDir());
+  return store.rendersDir() / name;
+}
+
+// "%02d-" of the layer's number, then its id with anything but letters, digits and "-" made "_".
+std::string layerFileName(size_t index, const std::string& id) {
+  // Letters and digits of any script are kept, as a person reads them ("Übersicht" stays).
+  std::string name = formatted("%02d-", static_cast<int>(index));
+  const auto* bytes = reinterpret_cast<const uint8_t*>(id.data());
+  int32_t length = static_cast<int32_t>(id.size());
+  for (int32_t i = 0; i < length;) {
+    int32_t start = i;
+    UChar32 c;
+    U8_NEXT(bytes, i, length, c);
+    bool kept = c >= 0 && (u_isalpha(c) || u_isdigit(c) || c == '-');
+    name += kept ? id.substr(static_cast<size_t>(start), static_cast<size_t>(i - start)) : "_";
+  }
+  return name + ".png";
+}
+
+namespace {
+
+void writeLayers(const fs::path& folder, const Project& project, const fs::path& root, const Slide& slide,
+                 const StoreTarget& target, const std::string& locale, const SlideRenderer& renderer) {
+  createFolders(folder);
+  ComposedSlide composed = renderer.engine().layout(project, root.string(), slide, target, locale);
+  auto layers = SlideRenderer::layers(composed, composed.focusIndex(), 1.0);
+  Json list = Json::array();
+  for (size_t i = 0; i < layers.size(); ++i) {
+    std::string file = layerFileName(i, layers[i].id);
+    Images::write(layers[i].image, (folder / file).string(), Images::ImageType::png);
+    list.push_back({{"file", file}, {"id", layers[i].id}, {"label", layers[i].label}});
+  }
+  fs::path index = folder / "layers.json";
+  atomicWrite(index, documentJSON(list));
+  std::cout << index.string() << "\n";
+}
+
+}  // namespace
+
+int runRender(const ParsedArguments& args) {
+  FileProjectStore store(standardizePath(*args.string("project")));
+  Project project = store.load().resolved(args.string("variant"));
+
+  const Creative* creative = nullptr;
+  const Slide* slide = nullptr;
+  if (auto id = args.string("slide")) {
+    creative = project.creative(*id);
+    slide = creative ? &creative->slide : project.slide(*id);
+  } else if (!project.slides.empty()) {
+    slide = &project.slides.front();
+  }
+  if (!slide) throw UsageError("No such slide or creative.");
+
+  const StoreTarget* target = nullptr;
+  if (creative) {
+    target = StoreTarget::canvas(creative->canvas);
+    if (!target) throw VornoError::invalid("Unknown canvas " + creative->canvas + ".");
+  } else {
+    target = &slideTarget(project, args.string("target"));
+  }
+  const std::string locale = runLocale(project, args.string("locale"));
+  const bool guides = args.flag("guides");
+  const bool moving = creative && creative->motion;
+  if (moving && args.flag("filmstrip"))
+    throw VornoError::invalid("Filmstrips of creatives in motion are not available in this build yet.");
+
+  std::string name = slide->id + "-" + target->id + "-" + locale;
+  if (moving) {
+    double seconds = args.number("time").value_or(creative->motion->posterTime());
+    name += "-" + formatted("%05.2f", seconds) + "s";
+  }
+  if (guides) name += "-guides";
+  fs::path path = outputPath(args.string("out"), store, name + ".png");
+
+  SlideRenderer renderer;
+  RenderOutput output = renderer.render(project, store.root().string(), *slide, *target, locale, 1.0);
+  Image image = output.image;
+  if (guides && creative) image = CreativeGuides::overlay(image, *target);
+  Images::write(image, path.string(), Images::ImageType::png);
+  std::cout << path.string() << "\n";
+  for (const auto& issue : output.report.issues) std::cout << issue.description() << "\n";
+
+  // The motion branch comes first: a creative in motion has no layers to write.
+  if (auto layers = args.string("layers"); layers && !moving)
+    writeLayers(fs::absolute(*layers), project, store.root(), *slide, *target, locale, renderer);
+  return 0;
+}
+
+}  // namespace vorno::cli

@@ -1,0 +1,102 @@
+#include "kit/render/contact_sheet.h"
+
+#include "kit/render/render_test_support.h"
+#include "kit/util/vorno_error.h"
+
+#include <gtest/gtest.h>
+
+#include <chrono>
+#include <thread>
+
+namespace vorno {
+namespace {
+
+using testing::rgbAt;
+using testing::smallTarget;
+
+constexpr uint32_t ground = 0xD3D8E0;
+
+ContactSheet::Tile flatTile(RGBColor color, int width = 100, int height = 200) {
+  Canvas canvas = Canvas::opaque(width, height);
+  FillPainter::paint(Fill::solid(color), canvas.context(), {0, 0, double(width), double(height)});
+  ContactSheet::Tile tile;
+  tile.image = canvas.finish();
+  tile.report.width = width;
+  tile.report.height = height;
+  return tile;
+}
+
+TEST(ContactSheet, OneSlideGivesOneTileAndTwoMargins) {
+  StoreTarget target = smallTarget(100, 200);
+  ContactSheet::Sheet sheet =
+      ContactSheet::render(1, target, 300, [](size_t) { return flatTile(RGBColor{1, 0, 0, 1}); });
+  // tile 150 x 300, gap 10: 10 + 150 + 10 by 10 + 300 + 10
+  EXPECT_EQ(sheet.image.width(), 170);
+  EXPECT_EQ(sheet.image.height(), 320);
+  ASSERT_EQ(sheet.reports.size(), 1u);
+  EXPECT_EQ(rgbAt(sheet.image, 5, 160), ground);
+  EXPECT_EQ(rgbAt(sheet.image, 165, 160), ground);
+  EXPECT_EQ(rgbAt(sheet.image, 85, 160), 0xFF0000u);
+  // The tile's corners are rounded off: the very corner shows the ground.
+  EXPECT_EQ(rgbAt(sheet.image, 10, 10), ground);
+}
+
+TEST(ContactSheet, TilesGoInSlideOrderWithTheirReports) {
+  StoreTarget target = smallTarget(100, 200);
+  ContactSheet::Sheet sheet = ContactSheet::render(3, target, 300, [](size_t i) {
+    // Later tiles finish first, so the order can't come from timing.
+    std::this_thread::sleep_for(std::chrono::milliseconds(30 * (3 - static_cast<int>(i))));
+    ContactSheet::Tile tile = flatTile(i == 1 ? RGBColor{0, 0, 1, 1} : RGBColor{0, 1, 0, 1});
+    tile.report.slide = "s" + std::to_string(i);
+    return tile;
+  });
+  ASSERT_EQ(sheet.reports.size(), 3u);
+  EXPECT_EQ(sheet.reports[0].slide, "s0");
+  EXPECT_EQ(sheet.reports[2].slide, "s2");
+  EXPECT_EQ(rgbAt(sheet.image, 10 + 160 + 75, 160), 0x0000FFu);
+  EXPECT_EQ(rgbAt(sheet.image, 10 + 75, 160), 0x00FF00u);
+}
+
+TEST(ContactSheet, FailingSlideFailsTheSheetAfterTheOthersFinished) {
+  StoreTarget target = smallTarget(100, 200);
+  std::atomic<int> finished{0};
+  try {
+    ContactSheet::render(6, target, 90, [&](size_t i) -> ContactSheet::Tile {
+      if (i == 0) throw VornoError::notFound("Image not found: /gone.png");
+      std::this_thread::sleep_for(std::chrono::milliseconds(20));
+      finished.fetch_add(1);
+      return flatTile(RGBColor{0, 1, 0, 1});
+    });
+    FAIL() << "the sheet should fail";
+  } catch (const VornoError& error) {
+    EXPECT_EQ(error.message(), "Image not found: /gone.png");
+  }
+  EXPECT_EQ(finished.load(), 5);
+}
+
+TEST(ContactSheet, TileHeightUnder30GivesGapZero) {
+  StoreTarget target = smallTarget(100, 200);
+  ContactSheet::Geometry g = ContactSheet::geometry(target, 29, 3);
+  EXPECT_EQ(g.gap, 0);
+  EXPECT_EQ(g.tileWidth, 14);
+  EXPECT_EQ(g.width, 42);
+  EXPECT_EQ(g.height, 29);
+  ContactSheet::Sheet sheet = ContactSheet::render(3, target, 29, [](size_t) { return flatTile({1, 0, 0, 1}); });
+  EXPECT_EQ(sheet.image.width(), 42);
+  EXPECT_EQ(sheet.image.height(), 29);
+  EXPECT_EQ(ContactSheet::geometry(target, 30, 3).gap, 1);
+}
+
+TEST(ContactSheet, NoSlidesIsInvalid) {
+  StoreTarget target = smallTarget(100, 200);
+  try {
+    ContactSheet::render(0, target, 300, [](size_t) { return ContactSheet::Tile{}; });
+    FAIL();
+  } catch (const VornoError& error) {
+    EXPECT_EQ(error.kind(), VornoError::Kind::invalid);
+    EXPECT_EQ(error.message(), "The project has no slides.");
+  }
+}
+
+}  // namespace
+}  // namespace vorno

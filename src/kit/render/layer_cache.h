@@ -1,0 +1,52 @@
+// LayerCache: element layers kept between pictures, by content and scale, so that an element
+// that only moves (motion frames, an export over many slides sharing a look) is drawn once.
+//
+//   LayerCache cache(256 << 20);
+//   Image layer = cache.layer(element, scale);   // drawn, or waited for, or found
+//
+// Safe to share between threads. A key being drawn is in `drawing`; a second thread that needs it
+// waits for the first instead of drawing it again. The lock is never held while drawing.
+#pragma once
+
+#include "kit/image/image.h"
+#include "kit/util/lru_cache.h"
+
+#include <condition_variable>
+#include <cstdint>
+#include <functional>
+#include <mutex>
+#include <set>
+#include <string>
+
+namespace vorno {
+
+struct ElementLayout;
+
+class LayerCache {
+ public:
+  /// Draws one layer; LayerRenderer::render unless a test counts or fails renders.
+  using Renderer = std::function<Image(const ElementLayout&, double)>;
+
+  explicit LayerCache(int64_t byteLimit, Renderer renderer = {});
+  LayerCache(const LayerCache&) = delete;
+  LayerCache& operator=(const LayerCache&) = delete;
+
+  /// The element's layer at `scale`. Throws what drawing throws; a failure caches nothing and
+  /// lets the next caller try again.
+  Image layer(const ElementLayout& element, double scale);
+
+  /// `contentKey` + "|" + scale: everything that changes the pixels, and no position.
+  static std::string key(const ElementLayout& element, double scale);
+
+  size_t count() const;
+  bool isDrawing(const std::string& key) const;
+
+ private:
+  Renderer renderer_;
+  mutable std::mutex lock_;
+  std::condition_variable condition_;
+  LRUCache<std::string, Image> layers_;
+  std::set<std::string> drawing_;
+};
+
+}  // namespace vorno

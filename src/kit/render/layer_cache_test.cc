@@ -1,0 +1,116 @@
+#include "kit/render/layer_cache.h"
+
+#include "kit/render/render_test_support.h"
+#include "kit/util/vorno_error.h"
+
+#include <gtest/gtest.h>
+
+#include <chrono>
+#include <thread>
+
+namespace vorno {
+namespace {
+
+using testing::block;
+using testing::FlatLayers;
+
+TEST(LayerCache, TwoThreadsAskingTheSameKeyRenderOnceAndOneWaits) {
+  FlatLayers flat;
+  std::atomic<bool> inside{false};
+  std::atomic<int> overlapping{0};
+  LayerCache cache(64 << 20, [&](const ElementLayout& element, double scale) {
+    if (inside.exchange(true)) overlapping.fetch_add(1);
+    std::this_thread::sleep_for(std::chrono::milliseconds(100));
+    Image image = flat(element, scale);
+    inside = false;
+    return image;
+  });
+  ElementLayout element = block("a", {0, 0, 40, 40});
+  Image first, second;
+  std::thread one([&] { first = cache.layer(element, 1); });
+  std::thread two([&] { second = cache.layer(element, 1); });
+  one.join();
+  two.join();
+  EXPECT_EQ(flat.calls.load(), 1);
+  EXPECT_EQ(overlapping.load(), 0);
+  ASSERT_TRUE(first);
+  EXPECT_EQ(first.surface(), second.surface());  // the waiter got the drawer's pixels
+}
+
+TEST(LayerCache, FailedLayerLeavesNoKeyInDrawing) {
+  int calls = 0;
+  LayerCache cache(64 << 20, [&](const ElementLayout&, double) -> Image {
+    ++calls;
+    throw VornoError::notFound("Image not found: /nowhere.png");
+  });
+  ElementLayout element = block("a", {0, 0, 40, 40});
+  EXPECT_THROW(cache.layer(element, 1), VornoError);
+  EXPECT_FALSE(cache.isDrawing(LayerCache::key(element, 1)));
+  EXPECT_EQ(cache.count(), 0u);
+  // Nothing was remembered: the next caller tries again.
+  EXPECT_THROW(cache.layer(element, 1), VornoError);
+  EXPECT_EQ(calls, 2);
+}
+
+TEST(LayerCache, WaiterDrawsTheLayerItselfAfterTheDrawerFailed) {
+  std::atomic<int> calls{0};
+  FlatLayers flat;
+  LayerCache cache(64 << 20, [&](const ElementLayout& element, double scale) -> Image {
+    if (calls.fetch_add(1) == 0) {
+      std::this_thread::sleep_for(std::chrono::milliseconds(100));
+      throw VornoError::io("Layer render failed.");
+    }
+    return flat(element, scale);
+  });
+  ElementLayout element = block("a", {0, 0, 40, 40});
+  std::atomic<int> failures{0};
+  Image drawn;
+  std::thread one([&] {
+    try {
+      cache.layer(element, 1);
+    } catch (const VornoError&) {
+      failures.fetch_add(1);
+    }
+  });
+  std::this_thread::sleep_for(std::chrono::milliseconds(20));
+  std::thread two([&] {
+    try {
+      drawn = cache.layer(element, 1);
+    } catch (const VornoError&) {
+      failures.fetch_add(1);
+    }
+  });
+  one.join();
+  two.join();
+  EXPECT_EQ(failures.load(), 1);
+  EXPECT_EQ(calls.load(), 2);
+  EXPECT_TRUE(drawn);
+}
+
+TEST(LayerCache, MovedElementHitsTheCacheAndOtherScaleMisses) {
+  FlatLayers flat;
+  LayerCache cache(64 << 20, std::ref(flat));
+  ElementLayout element = block("a", {0, 0, 40, 40});
+  cache.layer(element, 1);
+  element.frame = element.frame.offsetBy(30, 50);  // same content, new place
+  cache.layer(element, 1);
+  EXPECT_EQ(flat.calls.load(), 1);
+  cache.layer(element, 0.5);
+  EXPECT_EQ(flat.calls.load(), 2);
+  EXPECT_EQ(LayerCache::key(element, 0.5), element.contentKey + "|0.5");
+}
+
+TEST(LayerCache, ByteLimitEvictsOlderLayers) {
+  FlatLayers flat;
+  // One 40 x 40 layer is 6400 bytes: a limit of 7000 keeps only the newest.
+  LayerCache cache(7000, std::ref(flat));
+  ElementLayout a = block("a", {0, 0, 40, 40}), b = block("b", {0, 0, 40, 40});
+  cache.layer(a, 1);
+  cache.layer(b, 1);
+  EXPECT_EQ(cache.count(), 1u);
+  cache.layer(a, 1);
+  EXPECT_EQ(flat.calls.load(), 3);
+}
+
+}  // namespace
+}  // namespace vorno

@@ -1,0 +1,45 @@
+// RenderReport: what one rendered picture shows, for the agent and the person who asked for it:
+// its size, the device frame, the headline's fitted size, where the device and the headline
+// ended up, and every issue the layout found.
+#pragma once
+
+#include "kit/lint/issue.h"
+
+#include <nlohmann/json_fwd.hpp>
+
+#include <optional>
+#include <string>
+#include <vector>
+
+namespace vorno {
+
+using Json = nlohmann::json;
+
+/// A rectangle as fractions of one slice of the canvas, from the top left.
+struct NormalizedRect {
+  double x = 0, y = 0, width = 0, height = 0;
+
+  bool operator==(const NormalizedRect&) const = default;
+  /// Keys `x`, `y`, `width`, `height`.
+  Json toJSON() const;
+};
+
+struct RenderReport {
+  std::string slide;
+  std::string target;
+  std::string locale;
+  int width = 0;   ///< pixels of the picture (not of the target: a preview reports its own size)
+  int height = 0;
+  std::optional<std::string> frame;  ///< frameID of the main device
+  std::optional<double> headlineFontSize;  ///< canvas pixels
+  std::optional<NormalizedRect> deviceRect;  ///< the element "device"
+  std::optional<NormalizedRect> textRect;    ///< the element "headline", its frame
+  std::vector<Issue> issues;
+
+  bool operator==(const RenderReport&) const = default;
+  /// Keys the field names; absent optionals are left out, `issues` is always there. The JSON
+  /// writers sort keys, as everywhere on the wire.
+  Json toJSON() const;
+};
+
+}  // namespace vorno

@@ -1,0 +1,193 @@
+// How a picture is stacked: an opaque canvas of one slice, its CTM scaled to the output and moved
+// so that canvas coordinates of the whole board can be used; the backgrounds of the board; then
+// each element's layer, drawn at `scale × drawScale` and placed at its layer rectangle (scaled
+// about its centre by `drawScale`), turned about that centre, with the element's blend mode and
+// fade. cairo is y down like the document, so a layer goes where its rectangle says, unflipped.
+#include "kit/render/slide_renderer.h"
+
+#include "kit/image/canvas.h"
+#include "kit/render/layer_cache.h"
+#include "kit/render/layer_renderer.h"
+#include "kit/util/vorno_error.h"
+
+#include <cairo.h>
+
+#include <algorithm>
+#include <cmath>
+
+namespace vorno {
+namespace {
+
+double clampedScale(double scale) {
+  if (!(scale >= 0.02)) return 0.02;  // NaN too
+  return std::min(scale, 1.0);
+}
+
+int pixels(double scale, double length) { return std::max(1, static_cast<int>(scale * length)); }
+
+cairo_operator_t cairoOperator(BlendMode mode) {
+  switch (mode) {
+    case BlendMode::normal: return CAIRO_OPERATOR_OVER;
+    case BlendMode::multiply: return CAIRO_OPERATOR_MULTIPLY;
+    case BlendMode::screen: return CAIRO_OPERATOR_SCREEN;
+    case BlendMode::overlay: return CAIRO_OPERATOR_OVERLAY;
+    case BlendMode::darken: return CAIRO_OPERATOR_DARKEN;
+    case BlendMode::lighten: return CAIRO_OPERATOR_LIGHTEN;
+    case BlendMode::colorDodge: return CAIRO_OPERATOR_COLOR_DODGE;
+    case BlendMode::colorBurn: return CAIRO_OPERATOR_COLOR_BURN;
+    case BlendMode::softLight: return CAIRO_OPERATOR_SOFT_LIGHT;
+    case BlendMode::hardLight: return CAIRO_OPERATOR_HARD_LIGHT;
+    case BlendMode::difference: return CAIRO_OPERATOR_DIFFERENCE;
+    case BlendMode::exclusion: return CAIRO_OPERATOR_EXCLUSION;
+  }
+  return CAIRO_OPERATOR_OVER;
+}
+
+// The rectangle used to decide whether an element reaches a slice: its layer rectangle (bleed
+// included, so a blur that reaches in keeps it), scaled by drawScale, and for a turned element
+// the square that holds it at any angle.
+Rect cullingRect(const ElementLayout& element) {
+  Rect rect = element.layerRect();
+  if (element.drawScale != 1) rect = rect.scaledAboutCenter(element.drawScale);
+  if (element.rotation != 0) {
+    double side = std::hypot(rect.width, rect.height);
+    rect = {rect.midX() - side / 2, rect.midY() - side / 2, side, side};
+  }
+  return rect;
+}
+
+Image layerImage(const ElementLayout& element, double scale, LayerCache* cache) {
+  double layerScale = scale * element.drawScale;
+  return cache ? cache->layer(element, layerScale) : LayerRenderer::render(element, layerScale);
+}
+
+// Draws a layer where its element stands, in canvas coordinates of the board.
+void place(cairo_t* cr, const ElementLayout& element, const Image& layer) {
+  if (!layer || element.fade <= 0) return;
+  Rect rect = element.layerRect();
+  double shrink = 1 - element.drawScale;
+  Rect target = rect.insetBy(shrink * rect.width * 0.5, shrink * rect.height * 0.5);
+  // A zero or negative size would leave the context in an error state for the rest of the picture.
+  if (!(target.width > 0) || !(target.height > 0)) return;
+
+  cairo_save(cr);
+  if (element.blend) cairo_set_operator(cr, cairoOperator(*element.blend));
+  cairo_translate(cr, target.midX(), target.midY());
+  // Positive degrees turn clockwise on the screen, which is cairo's positive angle in y down.
+  if (element.rotation != 0) cairo_rotate(cr, element.rotation * M_PI / 180);
+  cairo_scale(cr, target.width / layer.width(), target.height / layer.height());
+  cairo_set_source_surface(cr, layer.surface(), -layer.width() / 2.0, -layer.height() / 2.0);
+  cairo_pattern_set_filter(cairo_get_source(cr), CAIRO_FILTER_GOOD);
+  if (element.fade < 1) {
+    cairo_paint_with_alpha(cr, element.fade);
+  } else {
+    cairo_paint(cr);
+  }
+  cairo_restore(cr);
+}
+
+Image finished(Canvas& canvas) {
+  if (cairo_status(canvas.context()) != CAIRO_STATUS_SUCCESS) throw VornoError::io("Render failed.");
+  Image image = canvas.finish();
+  if (!image) throw VornoError::io("Render failed.");
+  return image;
+}
+
+// Board coordinates for one slice at `scale`.
+void enterSlice(cairo_t* cr, double scale, int slice, double W) {
+  cairo_scale(cr, scale, scale);
+  cairo_translate(cr, -slice * W, 0);
+}
+
+}  // namespace
+
+bool SlideRenderer::reachesSlice(const ElementLayout& element, int slice, const StoreTarget& target) {
+  Rect sliceRect{static_cast<double>(slice) * target.width, 0, static_cast<double>(target.width),
+                 static_cast<double>(target.height)};
+  return cullingRect(element).intersects(sliceRect);
+}
+
+RenderOutput SlideRenderer::render(const Project& project, const std::string& root, const Slide& slide,
+                                   const StoreTarget& target, const std::string& locale, double scale,
+                                   LayerCache* layers) const {
+  ComposedSlide composed = engine_.layout(project, root, slide, target, locale);
+  Image image = composite(composed, composed.focusIndex(), scale, layers);
+  RenderReport rendered = report(composed, image);
+  return {std::move(image), std::move(rendered)};
+}
+
+Image SlideRenderer::composite(const ComposedSlide& composed, double scale, LayerCache* layers) {
+  return composite(composed, composed.focusIndex(), scale, layers);
+}
+
+Image SlideRenderer::composite(const ComposedSlide& composed, int slice, double scale, LayerCache* layers) {
+  scale = clampedScale(scale);
+  const double W = composed.target.width, H = composed.target.height;
+  Canvas canvas = Canvas::opaque(pixels(scale, W), pixels(scale, H));
+  cairo_t* cr = canvas.context();
+  enterSlice(cr, scale, slice, W);
+  LayerRenderer::paintBoard(composed, cr);
+  for (const auto& element : composed.elements) {
+    if (!reachesSlice(element, slice, composed.target)) continue;
+    place(cr, element, layerImage(element, scale, layers));
+  }
+  return finished(canvas);
+}
+
+Image SlideRenderer::compositeBoard(const ComposedSlide& composed, double scale) {
+  scale = clampedScale(scale);
+  const double W = composed.target.width, H = composed.target.height;
+  const double count = std::max<size_t>(composed.slideIDs.size(), 1);
+  Canvas canvas = Canvas::opaque(pixels(scale, W * count), pixels(scale, H));
+  cairo_t* cr = canvas.context();
+  cairo_scale(cr, scale, scale);
+  LayerRenderer::paintBoard(composed, cr);
+  for (const auto& element : composed.elements) place(cr, element, layerImage(element, scale, nullptr));
+  return finished(canvas);
+}
+
+std::vector<ExportedLayer> SlideRenderer::layers(const ComposedSlide& composed, int slice, double scale) {
+  scale = clampedScale(scale);
+  const double W = composed.target.width, H = composed.target.height;
+  const int width = pixels(scale, W), height = pixels(scale, H);
+  std::vector<ExportedLayer> result;
+
+  Canvas background = Canvas::opaque(width, height);
+  enterSlice(background.context(), scale, slice, W);
+  LayerRenderer::paintBoard(composed, background.context());
+  result.push_back({"background", "Background", finished(background)});
+
+  for (const auto& element : composed.elements) {
+    if (!reachesSlice(element, slice, composed.target)) continue;
+    Canvas canvas = Canvas::transparent(width, height);
+    enterSlice(canvas.context(), scale, slice, W);
+    place(canvas.context(), element, layerImage(element, scale, nullptr));
+    result.push_back({element.id, element.label, finished(canvas)});
+  }
+  return result;
+}
+
+RenderReport SlideRenderer::report(const ComposedSlide& composed, const Image& image) {
+  const int slice = composed.focusIndex();
+  const double W = composed.target.width, H = composed.target.height;
+  auto normalized = [&](const char* id) -> std::optional<NormalizedRect> {
+    const ElementLayout* element = composed.element(id, composed.slideID);
+    if (!element) return std::nullopt;
+    Rect frame = element->frame.offsetBy(-slice * W, 0);
+    return NormalizedRect{frame.x / W, frame.y / H, frame.width / W, frame.height / H};
+  };
+  RenderReport report;
+  report.slide = composed.slideID;
+  report.target = composed.target.id;
+  report.locale = composed.locale;
+  report.width = image ? image.width() : 0;
+  report.height = image ? image.height() : 0;
+  report.frame = composed.frameID;
+  report.headlineFontSize = composed.headlineFontSize;
+  report.deviceRect = normalized("device");
+  report.textRect = normalized("headline");
+  report.issues = composed.issues;
+  return report;
+}
+
+}  // namespace vorno
