@@ -2,7 +2,9 @@
 //
 // Downscaling draws through cairo's GOOD filter, which below a scale of about 0.75 is a
 // separable box-weighted convolution in pixman (every source pixel contributes), fast and
-// free of the aliasing a bilinear sample would give on text and device outlines.
+// free of the aliasing a bilinear sample would give on text and device outlines. Measured on a
+// 1320 x 2868 slide down to a longest side of 1200 (bench/png_bench.cc, BM_Downscale): GOOD
+// 33 ms, BEST (Lanczos) 238 ms, with no difference to see at preview size.
 #include "kit/image/canvas.h"
 #include "kit/image/images.h"
 #include "kit/image/jpeg_writer.h"

@@ -4,6 +4,7 @@
 #include "kit/image/images.h"
 #include "kit/render/blend_operator.h"
 #include "kit/render/layer_test_support.h"
+#include "kit/render/shadow.h"
 #include "kit/util/vorno_error.h"
 #include "tests/temp_folder.h"
 
@@ -123,6 +124,34 @@ TEST(LayerRenderer, ShadowStyleMovesTheShadowRightAndScalesWithTheLayer) {
   Image half = LayerRenderer::render(e, 0.5);
   EXPECT_EQ(argb(half, 25 + 50 + 10, 50), (std::array<int, 4>{255, 0, 0, 255}));
   EXPECT_EQ(alphaAt(half, 25 + 50 + 17, 50), 0);
+}
+
+TEST(LayerRenderer, WideShadowCastAtReducedSizeMatchesTheFullSizeCast) {
+  // A card 800 wide: the stock shadow's deviation is 24 pixels, drawn through the reduced path.
+  ShapeSpec card = solidShape(ShapeKind::roundedRectangle, white);
+  card.cornerRadius = 60;
+  ElementLayout e = shapeElement(card, {0, 0, 800, 500}, 100);
+  e.shadow = true;
+  Image reduced = LayerRenderer::render(e, 1);
+  // The same shadow cast at full size, painted under the same content.
+  ElementLayout plain = e;
+  plain.shadow = false;
+  Image content = LayerRenderer::render(plain, 1);
+  LayerShadow shadow = Shadow::of(std::nullopt, 800, 1);
+  ASSERT_GE(shadow.sigma, 8);
+  Image cast = Shadow::cast(content, shadow);
+  Canvas reference = Canvas::transparent(content.width(), content.height());
+  cairo_set_source_surface(reference.context(), cast.surface(), shadow.dx, shadow.dy);
+  cairo_paint(reference.context());
+  cairo_set_source_surface(reference.context(), content.surface(), 0, 0);
+  cairo_paint(reference.context());
+  Image full = reference.finish();
+  int worst = 0;
+  for (int y = 0; y < full.height(); ++y)
+    for (int x = 0; x < full.width(); ++x) worst = std::max(worst, std::abs(alphaAt(full, x, y) - alphaAt(reduced, x, y)));
+  EXPECT_LE(worst, 3);
+  // And it is a shadow: below the card, clearly there.
+  EXPECT_GT(alphaAt(reduced, 500, 100 + 500 + 12), 20);
 }
 
 TEST(LayerRenderer, OpacityAppliesToTheWholeContentOnce) {
