@@ -4,7 +4,6 @@
 
 #include <atomic>
 #include <functional>
-#include <mutex>
 #include <string>
 #include <thread>
 
@@ -23,19 +22,14 @@ class RequestTask {
   const ID& id() const { return id_; }
   const std::string& method() const { return method_; }
 
-  /// After this returns no message of the request goes out, and none is half-way out: the
-  /// check and the write of `sendUnlessCancelled` happen under the same lock.
-  void cancel() {
-    std::lock_guard lock(mutex_);
-    cancelled_ = true;
-  }
-  bool isCancelled() const {
-    std::lock_guard lock(mutex_);
-    return cancelled_;
-  }
+  /// From now on the request's messages are dropped. One that has already passed the check is
+  /// still written whole: cancelling never waits for a write, because a client that is busy
+  /// writing to us may not be reading, and would then wait for us in turn. Clients expect this
+  /// race; a response may cross a cancellation on the wire anyway.
+  void cancel() { cancelled_ = true; }
+  bool isCancelled() const { return cancelled_; }
   /// Returns false, sending nothing, once cancelled. Transport failures pass through.
   bool sendUnlessCancelled(const Value& message) {
-    std::lock_guard lock(mutex_);
     if (cancelled_) return false;
     send_(message);
     return true;
@@ -49,8 +43,7 @@ class RequestTask {
   ID id_;
   std::string method_;
   Send send_;
-  mutable std::mutex mutex_;
-  bool cancelled_ = false;
+  std::atomic<bool> cancelled_{false};
 };
 
 }  // namespace vorno::mcp
