@@ -86,7 +86,9 @@ void Server::stop() {
     for (auto& [id, task] : running_) task->cancel();
   }
   if (transport_) transport_->disconnect();
-  if (loop_.joinable()) loop_.join();
+  // A handler of a batch item runs on the loop thread; stopping from there lets the loop end by
+  // itself instead of waiting for itself.
+  if (loop_.joinable() && loop_.get_id() != std::this_thread::get_id()) loop_.join();
   // A request that the loop started between the cancellation above and its end.
   std::lock_guard lock(tasksMutex_);
   for (auto& [id, task] : running_) task->cancel();

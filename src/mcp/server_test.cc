@@ -212,6 +212,16 @@ TEST(MCPServer, EndOfInputEndsTheProcessWithStatusZero) {
       << "the running request was waited for";
 }
 
+TEST(MCPServer, InitializedNotificationNeedsNoHandlerAndGetsNoAnswer) {
+  ServerHarness h;
+  h.start();
+  h.exchange(ServerHarness::initialize("1"));
+  h.client.sendLine(ServerHarness::notification("notifications/initialized"));
+  h.client.sendLine(ServerHarness::request("2", "ping"));
+  EXPECT_EQ(h.client.readMessage().find("id")->intValue(), 2);
+  EXPECT_EQ(h.client.readLine(100ms), std::nullopt);
+}
+
 TEST(MCPServer, StrictModeOffAnswersMethodsBeforeInitialize) {
   ServerHarness h;
   h.server.withMethodHandler("tools/list", [](const Value&, RequestContext&) {
