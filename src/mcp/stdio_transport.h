@@ -1,0 +1,71 @@
+// StdioTransport: MCP messages as LF-ended lines on two file descriptors, standard input and
+// output in the program, pipes in tests.
+//
+// How it works. `connect` makes both descriptors non-blocking and starts a reader thread, which
+// reads 4096 bytes at a time into a pending buffer and cuts it at every LF: each non-empty piece
+// before an LF is one message, queued for `receive`. A CR before the LF is not special, and bytes
+// without a final LF when input ends are dropped. When a descriptor has nothing to give or take
+// (EAGAIN), the thread waits for it with poll for at most 10 milliseconds, so a slow client that
+// reads a large image answer slowly holds up only the writer of that answer, and the reader can
+// notice a disconnect quickly.
+//
+// `send` writes the message and its LF whole, under one lock, so lines of concurrent senders never
+// interleave. The original descriptor flags are put back on disconnect, because standard input
+// and output are shared with the process that started us (a shell would find its terminal
+// non-blocking otherwise).
+#pragma once
+
+#include <condition_variable>
+#include <deque>
+#include <memory>
+#include <mutex>
+#include <thread>
+
+#include "mcp/logger.h"
+#include "mcp/transport.h"
+
+namespace vorno::mcp {
+
+class StdioTransport : public Transport {
+ public:
+  /// A transport on `input` and `output`; with `ownsOutput` it closes `output` when destroyed.
+  StdioTransport(int input, int output, bool ownsOutput = false);
+  ~StdioTransport() override;
+  StdioTransport(const StdioTransport&) = delete;
+  StdioTransport& operator=(const StdioTransport&) = delete;
+
+  /// The transport of the program: standard input, and a private copy of standard output, while
+  /// descriptor 1 itself is pointed at standard error. Whatever a library prints with printf or
+  /// std::cout then lands among the diagnostics instead of corrupting the protocol.
+  static std::shared_ptr<StdioTransport> standardStreams();
+
+  void connect() override;
+  void disconnect() override;
+  void send(std::string message) override;
+  std::optional<std::string> receive() override;
+
+  bool isConnected() const;
+
+ private:
+  void readLoop(std::stop_token stop);
+  void finishStream();
+  void waitFor(int descriptor, short events);
+
+  int input_;
+  int output_;
+  bool ownsOutput_;
+  int inputFlags_ = -1;
+  int outputFlags_ = -1;
+  Logger logger_{"mcp.transport.stdio"};
+
+  mutable std::mutex stateMutex_;  // connected_, the queue and finished_
+  std::condition_variable received_;
+  bool connected_ = false;
+  bool finished_ = false;
+  std::deque<std::string> queue_;
+
+  std::mutex writeMutex_;  // held for the whole of one message
+  std::jthread reader_;
+};
+
+}  // namespace vorno::mcp

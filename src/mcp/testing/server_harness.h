@@ -1,0 +1,66 @@
+// Test support: a Server on the far end of a PipeClient, started, with helpers for the
+// messages tests send most.
+#pragma once
+
+#include <string>
+
+#include "mcp/server.h"
+#include "mcp/testing/pipe_client.h"
+
+namespace vorno::mcp::testing {
+
+inline ServerOptions testOptions(bool strict = false) {
+  ServerOptions options;
+  options.instructions = "Be kind.";
+  options.capabilities.resources = ServerCapabilities::Resources{};
+  options.capabilities.tools = ServerCapabilities::Tools{};
+  options.strict = strict;
+  return options;
+}
+
+struct ServerHarness {
+  // The client outlives the server: its destructor closes the pipes the server runs on.
+  PipeClient client;
+  Server server;
+
+  explicit ServerHarness(ServerOptions options = testOptions()) : server({"vorno", "Vorno", "9.9.9"}, std::move(options)) {}
+
+  void start(InitializeHook hook = {}) { server.start(client.transport(), std::move(hook)); }
+
+  /// Sends one line and reads the next line written back.
+  Value exchange(const std::string& line) {
+    client.sendLine(line);
+    return client.readMessage();
+  }
+
+  static std::string request(const std::string& id, const std::string& method, const std::string& params = "") {
+    std::string text = R"({"jsonrpc":"2.0","id":)" + id + R"(,"method":")" + method + "\"";
+    if (!params.empty()) text += R"(,"params":)" + params;
+    return text + "}";
+  }
+  static std::string notification(const std::string& method, const std::string& params = "") {
+    std::string text = R"({"jsonrpc":"2.0","method":")" + method + "\"";
+    if (!params.empty()) text += R"(,"params":)" + params;
+    return text + "}";
+  }
+  static std::string initialize(const std::string& id, const std::string& version = "2025-06-18",
+                                const std::string& clientName = "Test Client") {
+    return request(id, "initialize",
+                   R"({"protocolVersion":")" + version + R"(","capabilities":{},"clientInfo":{"name":")" + clientName +
+                       R"(","version":"1.0"}})");
+  }
+};
+
+/// The error object's fields of a response, for short expectations.
+inline int64_t errorCode(const Value& response) {
+  const Value* error = response.find("error");
+  const Value* code = error ? error->find("code") : nullptr;
+  return code && code->intValue() ? *code->intValue() : 0;
+}
+inline std::string errorMessage(const Value& response) {
+  const Value* error = response.find("error");
+  const Value* message = error ? error->find("message") : nullptr;
+  return message && message->stringValue() ? *message->stringValue() : "";
+}
+
+}  // namespace vorno::mcp::testing
