@@ -127,7 +127,9 @@ double paintShadow(cairo_t* cr, const ShapePainter& shape, const Rect& bounds, d
   }
 
   Rect grown = deviceBounds(cr, bounds).outsetBy(1.5 * blurPixels);
-  Rect region = grown.united(grown.offsetBy(0, offsetPixels)).intersection(deviceClip(cr));
+  // Cut to the clip grown by the blur's reach, not the clip itself: the blur near the clip's edge
+  // must still see the shape beyond it, or the shadow would fade towards a picture's border.
+  Rect region = grown.united(grown.offsetBy(0, offsetPixels)).intersection(deviceClip(cr).outsetBy(1.5 * blurPixels));
   if (region.isEmpty()) return 0;
   double x0 = std::floor(region.minX()), y0 = std::floor(region.minY());
   region = {x0, y0, std::ceil(region.maxX()) - x0, std::ceil(region.maxY()) - y0};

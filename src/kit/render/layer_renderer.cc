@@ -155,6 +155,21 @@ Image render(const ElementLayout& element, double scale, double offsetX, double 
                   covering(offsetY + scale * rect.height));
 }
 
+bool drawInPlace(const ElementLayout& element, cairo_t* cr) {
+  const double opacity = std::isfinite(element.opacity) ? std::clamp(element.opacity, 0.0, 1.0) : 1.0;
+  const bool deviceShadow = element.shadow && element.kind == ElementLayout::Kind::device && !element.shadowStyle;
+  const double blur = layerBlur(element);
+  if (opacity < 1 || (element.shadow && !deviceShadow) || (blur > 0 && std::isfinite(blur))) return false;
+  const Rect rect = element.layerRect();
+  cairo_save(cr);
+  cairo_rectangle(cr, rect.x, rect.y, rect.width, rect.height);
+  cairo_clip(cr);
+  drawContent(element, element.frame, cr);
+  cairo_restore(cr);
+  checkStatus(cr);
+  return true;
+}
+
 void paintBoard(const ComposedSlide& slide, cairo_t* cr) {
   const double w = slide.target.width, h = slide.target.height;
   const size_t count = std::max<size_t>(1, slide.slideIDs.size());

@@ -119,9 +119,13 @@ bool placeAligned(cairo_t* cr, const ElementLayout& element, double scale) {
   return true;
 }
 
-// The element's layer where it stands: from the cache as it is (a cached layer serves any
-// position), else drawn on the pixel grid when it can be.
+// The element where it stands. Without a cache: straight into the picture when a layer would add
+// nothing (a layer the size of a phone costs 15 MB to clear, fill and copy), else a layer made on
+// the pixel grid. With one: the cached layer as it is (it serves any position).
 void drawElement(cairo_t* cr, const ElementLayout& element, double scale, LayerCache* cache) {
+  if (!cache && element.rotation == 0 && element.drawScale == 1 && !element.blend && element.fade >= 1 &&
+      LayerRenderer::drawInPlace(element, cr))
+    return;
   if (!cache && placeAligned(cr, element, scale)) return;
   place(cr, element, layerImage(element, scale, cache));
 }
