@@ -141,10 +141,12 @@ DeviceRenderer::Result DeviceRenderer::draw(cairo_t* cr, const Rect& body, const
     Path outline = g.bodyPath().transformed(rotation);
     Rect bounds = transformedBounds(rotation, g.body);
     double m = std::min(body.width, body.height);
-    // The body path is filled opaquely right after; its inner rectangle (clear of the corners'
-    // curves) hides the shadow beneath.
+    // The body path is filled opaquely right after, so the shadow beneath it is never seen. The
+    // body's full width between its corners' curves (which leave the straight edges 1.53 radii
+    // from each corner) is a rectangle it surely covers; on a tall device it is most of the body.
     double corner = std::max(g.R, g.H);
-    Rect covered = transformedBounds(rotation, g.body.insetBy(corner, corner));
+    Rect band = g.body.width <= g.body.height ? g.body.insetBy(0, 1.53 * corner) : g.body.insetBy(1.53 * corner, 0);
+    Rect covered = transformedBounds(rotation, band.isEmpty() ? g.body.insetBy(corner, corner) : band);
     paintShadow(cr, filling(outline), bounds, m * 0.09, m * 0.05, 0.22, ShadowResolution::automatic, covered);
     paintShadow(cr, filling(outline), bounds, m * 0.025, m * 0.01, 0.25, ShadowResolution::automatic, covered);
     CairoSaved saved(cr);

@@ -50,10 +50,19 @@ bool paintThrough(cairo_t* cr, const ShapePainter& shape, const cairo_matrix_t& 
                   double blurPixels, double offsetPixels, double alpha, const std::optional<Rect>& hidden) {
   int width = std::max(1, static_cast<int>(std::ceil(region.width / factor)));
   int height = std::max(1, static_cast<int>(std::ceil(region.height / factor)));
+  // The shape is cast and blurred as coverage alone (a quarter of the work of blurring black
+  // ARGB), then spread into the alpha of an ARGB bitmap, which pixman scales fastest. A blur of
+  // 12 pixels or more (a full-size cast under a turn) goes through the ARGB blur, which shrinks
+  // such blurs itself.
+  const double sigma = blurPixels / 2 / factor;
+  const bool single = sigma < 12;
   CairoSurfacePtr bitmap(cairo_image_surface_create(CAIRO_FORMAT_ARGB32, width, height));
-  if (cairo_surface_status(bitmap.get()) != CAIRO_STATUS_SUCCESS) return false;
+  CairoSurfacePtr coverage(single ? cairo_image_surface_create(CAIRO_FORMAT_A8, width, height) : nullptr);
+  if (cairo_surface_status(bitmap.get()) != CAIRO_STATUS_SUCCESS ||
+      (single && cairo_surface_status(coverage.get()) != CAIRO_STATUS_SUCCESS))
+    return false;
   {
-    CairoContextPtr shadow(cairo_create(bitmap.get()));
+    CairoContextPtr shadow(cairo_create(single ? coverage.get() : bitmap.get()));
     cairo_t* scr = shadow.get();
     cairo_scale(scr, 1 / factor, 1 / factor);
     cairo_translate(scr, -region.x, -region.y + offsetPixels);
@@ -63,9 +72,21 @@ bool paintThrough(cairo_t* cr, const ShapePainter& shape, const cairo_matrix_t& 
     if (cairo_status(scr) != CAIRO_STATUS_SUCCESS) return false;
   }
   cairo_surface_flush(bitmap.get());
-  if (!blurARGB32(cairo_image_surface_get_data(bitmap.get()), width, height,
-                  cairo_image_surface_get_stride(bitmap.get()), blurPixels / 2 / factor))
+  uint8_t* argb = cairo_image_surface_get_data(bitmap.get());
+  const int argbStride = cairo_image_surface_get_stride(bitmap.get());
+  if (single) {
+    cairo_surface_flush(coverage.get());
+    uint8_t* a8 = cairo_image_surface_get_data(coverage.get());
+    const int a8Stride = cairo_image_surface_get_stride(coverage.get());
+    if (!blurA8(a8, width, height, a8Stride, sigma)) return false;
+    for (int y = 0; y < height; ++y) {
+      const uint8_t* from = a8 + static_cast<size_t>(y) * a8Stride;
+      auto* to = reinterpret_cast<uint32_t*>(argb + static_cast<size_t>(y) * argbStride);
+      for (int x = 0; x < width; ++x) to[x] = uint32_t(from[x]) << 24;
+    }
+  } else if (!blurARGB32(argb, width, height, argbStride, sigma)) {
     return false;
+  }
   cairo_surface_mark_dirty(bitmap.get());
 
   CairoSaved saved(cr);
@@ -106,7 +127,9 @@ double paintShadow(cairo_t* cr, const ShapePainter& shape, const Rect& bounds, d
   }
 
   Rect grown = deviceBounds(cr, bounds).outsetBy(1.5 * blurPixels);
-  Rect region = grown.united(grown.offsetBy(0, offsetPixels)).intersection(deviceClip(cr));
+  // Cut to the clip grown by the blur's reach, not the clip itself: the blur near the clip's edge
+  // must still see the shape beyond it, or the shadow would fade towards a picture's border.
+  Rect region = grown.united(grown.offsetBy(0, offsetPixels)).intersection(deviceClip(cr).outsetBy(1.5 * blurPixels));
   if (region.isEmpty()) return 0;
   double x0 = std::floor(region.minX()), y0 = std::floor(region.minY());
   region = {x0, y0, std::ceil(region.maxX()) - x0, std::ceil(region.maxY()) - y0};

@@ -15,6 +15,11 @@ namespace vorno {
 /// scratch memory can't be had (the pixels are then left as they were).
 bool blurARGB32(uint8_t* pixels, int width, int height, int stride, double radius);
 
+/// The same blur of one 8-bit channel (an A8 coverage bitmap), bit for bit what blurARGB32 does
+/// to the alpha of the same pixels when it blurs at full size. No reduction for wide radii: the
+/// caller shrinks first if it wants to.
+bool blurA8(uint8_t* pixels, int width, int height, int stride, double radius);
+
 /// A blurred copy of `image` (always ARGB32, since the edges become transparent); the image
 /// itself for a radius below 0.1, and a null Image when memory runs out.
 Image blurred(const Image& image, double radius);

@@ -124,3 +124,35 @@ TEST(Blur, LargeImageIsQuick) {
 
 }  // namespace
 }  // namespace vorno
+
+namespace vorno {
+namespace {
+
+// A shadow's coverage is blurred as one channel; it must come out as the alpha of the
+// four-channel blur of the same shape, to the bit.
+TEST(Blur, SingleChannelMatchesTheAlphaOfTheFourChannelBlur) {
+  const int width = 157, height = 93;
+  for (double radius : {0.7, 3.0, 5.5, 11.0}) {
+    SCOPED_TRACE(radius);
+    std::vector<uint32_t> words(size_t(width) * height);
+    std::vector<uint8_t> coverage(size_t(width + 3) * height);  // a stride wider than the row
+    for (int y = 0; y < height; ++y)
+      for (int x = 0; x < width; ++x) {
+        uint8_t a = ((x - 60) * (x - 60) + (y - 40) * (y - 40) < 900 || (x > 120 && y < 20)) ? 200 : (x * 7 + y) % 5;
+        words[size_t(y) * width + x] = uint32_t(a) << 24;
+        coverage[size_t(y) * (width + 3) + x] = a;
+      }
+    ASSERT_TRUE(blurARGB32(reinterpret_cast<uint8_t*>(words.data()), width, height, width * 4, radius));
+    ASSERT_TRUE(blurA8(coverage.data(), width, height, width + 3, radius));
+    int changed = 0;
+    for (int y = 0; y < height; ++y)
+      for (int x = 0; x < width; ++x) {
+        ASSERT_EQ(coverage[size_t(y) * (width + 3) + x], words[size_t(y) * width + x] >> 24) << x << "," << y;
+        changed += coverage[size_t(y) * (width + 3) + x] != 200;
+      }
+    EXPECT_GT(changed, 0);
+  }
+}
+
+}  // namespace
+}  // namespace vorno

@@ -7,7 +7,9 @@
 #include <cairo.h>
 #include <gtest/gtest.h>
 
+#include <algorithm>
 #include <array>
+#include <cstdlib>
 #include <cstring>
 #include <fstream>
 
@@ -131,6 +133,56 @@ TEST(FillPainter, RadialCentreIsMeasuredFromTheTop) {
 TEST(FillPainter, RadialRadiusIsAFractionOfTheLongerSide) {
   Fill fill{RadialFill{{red, blue}, 0.5, 0.5, 0.25}};
   expectMatchesSampling(fill, 160, 80);
+}
+
+// A big ramp is evaluated on a coarser grid and enlarged; painted tile by tile under clips too
+// small for that, the same fill is evaluated exactly. The two must agree to two levels.
+void expectBigFillMatchesExactTiles(const Fill& fill, double scale, double dx, double dy) {
+  const int width = 900, height = 1400;
+  const Rect rect{-10, 20, 1100, 1800};
+  auto prepare = [&](cairo_t* cr) {
+    cairo_translate(cr, dx, dy);
+    cairo_scale(cr, scale, scale);
+  };
+  cairo_surface_t* whole = cairo_image_surface_create(CAIRO_FORMAT_ARGB32, width, height);
+  cairo_surface_t* tiled = cairo_image_surface_create(CAIRO_FORMAT_ARGB32, width, height);
+  cairo_t* cr = cairo_create(whole);
+  prepare(cr);
+  FillPainter::paint(fill, cr, rect);
+  cairo_destroy(cr);
+  for (int ty = 0; ty < height; ty += 200)
+    for (int tx = 0; tx < width; tx += 200) {
+      cairo_t* tile = cairo_create(tiled);
+      cairo_rectangle(tile, tx, ty, 200, 200);
+      cairo_clip(tile);
+      prepare(tile);
+      FillPainter::paint(fill, tile, rect);
+      cairo_destroy(tile);
+    }
+  cairo_surface_flush(whole);
+  cairo_surface_flush(tiled);
+  const uint8_t* a = cairo_image_surface_get_data(whole);
+  const uint8_t* b = cairo_image_surface_get_data(tiled);
+  const int stride = cairo_image_surface_get_stride(whole);
+  int worst = 0;
+  for (int y = 0; y < height; ++y)
+    for (int x = 0; x < width * 4; ++x) worst = std::max(worst, std::abs(int(a[y * stride + x]) - int(b[y * stride + x])));
+  EXPECT_LE(worst, 2);
+  cairo_surface_destroy(whole);
+  cairo_surface_destroy(tiled);
+}
+
+TEST(FillPainter, BigLinearRampMatchesItsExactPaint) {
+  expectBigFillMatchesExactTiles(linear({red, green, blue}, 170), 0.8, 3.3, 7.6);
+  expectBigFillMatchesExactTiles(linear({{1, 0.85, 0.76, 1}, {0.95, 0.63, 0.48, 1}}, 170), 1, 0, 0);
+}
+
+TEST(FillPainter, BigTranslucentRampMatchesItsExactPaint) {
+  expectBigFillMatchesExactTiles(linear({{1, 0, 0, 0.2}, {0, 0, 1, 0.9}}, 30), 0.9, 0.5, 0.25);
+}
+
+TEST(FillPainter, BigRadialRampMatchesItsExactPaint) {
+  expectBigFillMatchesExactTiles(Fill{RadialFill{{red, green, blue}, 0.3, 0.4, 0.7}}, 0.8, 1.5, 2.5);
 }
 
 TEST(FillPainter, OffsetRectangleKeepsItsGeometry) {

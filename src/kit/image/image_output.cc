@@ -5,6 +5,11 @@
 // free of the aliasing a bilinear sample would give on text and device outlines. Measured on a
 // 1320 x 2868 slide down to a longest side of 1200 (bench/png_bench.cc, BM_Downscale): GOOD
 // 33 ms, BEST (Lanczos) 238 ms, with no difference to see at preview size.
+//
+// An opaque picture (every rendered slide) goes through our own box resampler instead, which
+// averages the same areas as GOOD's box kernel (within a level): 8 ms where GOOD takes 33 on the
+// same bench. A contact sheet shrinks every slide it shows.
+#include "kit/image/box_resampler.h"
 #include "kit/image/canvas.h"
 #include "kit/image/images.h"
 #include "kit/image/jpeg_writer.h"
@@ -27,6 +32,11 @@ Image downscale(const Image& image, int maxDimension) {
   const double factor = double(maxDimension) / longer;
   const int targetWidth = std::max(1, static_cast<int>(width * factor));
   const int targetHeight = std::max(1, static_cast<int>(height * factor));
+  if (!image.hasAlpha()) {
+    ResampleGrid grid{0, 0, width, height, double(targetWidth) / width, double(targetHeight) / height, 0, 0,
+                      targetWidth, targetHeight};
+    if (Image small = BoxResampler::resample(image, grid)) return small;
+  }
   Canvas canvas = [&] {
     try {
       return Canvas::opaque(targetWidth, targetHeight);

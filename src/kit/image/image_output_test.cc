@@ -174,6 +174,36 @@ TEST(PNGWriter, LargeImageSpansSeveralDataChunks) {
   expectSamePixels(image, *decoded, 0);
 }
 
+TEST(PNGWriter, LevelFollowsTheShareOfFlatBytes) {
+  EXPECT_EQ(PNGWriter::levelFor(0.93), 2);  // gradients, text and an interface
+  EXPECT_EQ(PNGWriter::levelFor(0.55), 1);  // a photograph with sensor noise
+  EXPECT_EQ(PNGWriter::levelFor(0.0), 1);
+}
+
+TEST(PNGWriter, AutomaticLevelPicksByContent) {
+  Canvas flatCanvas = Canvas::opaque(400, 300);
+  cairo_pattern_t* ramp = cairo_pattern_create_linear(0, 0, 0, 300);
+  cairo_pattern_add_color_stop_rgb(ramp, 0, 1, 0.85, 0.76);
+  cairo_pattern_add_color_stop_rgb(ramp, 1, 0.95, 0.63, 0.48);
+  cairo_set_source(flatCanvas.context(), ramp);
+  cairo_paint(flatCanvas.context());
+  cairo_pattern_destroy(ramp);
+  Image flat = flatCanvas.finish();
+  EXPECT_EQ(PNGWriter::encode(flat), PNGWriter::encode(flat, {.level = 2}));
+
+  Canvas noisyCanvas = Canvas::opaque(400, 300);
+  Image noisy = noisyCanvas.finish();
+  uint8_t* data = cairo_image_surface_get_data(noisy.surface());
+  uint32_t seed = 99;
+  for (int i = 0; i < noisy.stride() * noisy.height(); ++i) {
+    seed = seed * 1664525 + 1013904223;
+    data[i] = uint8_t(seed >> 24);
+  }
+  cairo_surface_mark_dirty(noisy.surface());
+  EXPECT_EQ(PNGWriter::encode(noisy), PNGWriter::encode(noisy, {.level = 1}));
+  EXPECT_NE(PNGWriter::encode(noisy), PNGWriter::encode(noisy, {.level = 2}));
+}
+
 TEST(PNGWriter, NullImageGivesNothing) { EXPECT_FALSE(PNGWriter::encode(Image())); }
 
 TEST(ImagesEncode, NullImageFailsWithTheSentence) {

@@ -19,10 +19,16 @@ namespace vorno::PNGWriter {
 
 enum class Filter { none, sub, up };
 
+/// Level 1 for busy pictures, 2 for mostly flat ones: what the measurements favour (png_writer.cc).
+constexpr int automaticLevel = -1;
+
 struct Options {
-  int level = 1;              ///< libdeflate level, 0 (stored) ... 12; 1 is chosen by measurement
+  int level = automaticLevel;  ///< libdeflate level, 0 (stored) ... 12, or automaticLevel
   Filter filter = Filter::sub;
 };
+
+/// The level `automaticLevel` picks when `zeroFraction` of the filtered bytes are zero.
+int levelFor(double zeroFraction);
 
 /// Whether every pixel is opaque: always for an RGB24 image, by a scan of alpha otherwise.
 bool isOpaque(const Image& image);

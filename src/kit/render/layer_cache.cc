@@ -7,7 +7,7 @@
 namespace vorno {
 
 LayerCache::LayerCache(int64_t byteLimit, Renderer renderer)
-    : renderer_(renderer ? std::move(renderer) : Renderer(&LayerRenderer::render)),
+    : renderer_(renderer ? std::move(renderer) : Renderer(static_cast<Image (*)(const ElementLayout&, double)>(&LayerRenderer::render))),
       layers_(LRUCache<std::string, Image>::unlimited, byteLimit) {}
 
 std::string LayerCache::key(const ElementLayout& element, double scale) {

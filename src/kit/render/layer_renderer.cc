@@ -88,10 +88,9 @@ void checkStatus(cairo_t* cr) {
 
 }  // namespace
 
-Image render(const ElementLayout& element, double scale) {
-  scale = clampedScale(scale);
-  const Rect rect = element.layerRect();
-  const int width = pixels(scale * rect.width), height = pixels(scale * rect.height);
+namespace {
+
+Image renderAt(const ElementLayout& element, double scale, double offsetX, double offsetY, int width, int height) {
   const Rect content{element.bleed, element.bleed, element.frame.width, element.frame.height};
   const double opacity = std::isfinite(element.opacity) ? std::clamp(element.opacity, 0.0, 1.0) : 1.0;
   const bool deviceShadow =
@@ -102,6 +101,7 @@ Image render(const ElementLayout& element, double scale) {
   cairo_t* cr = canvas.context();
   if (layerShadow) {
     Canvas group = Canvas::transparent(width, height);
+    cairo_translate(group.context(), offsetX, offsetY);
     cairo_scale(group.context(), scale, scale);
     drawContent(element, content, group.context());
     checkStatus(group.context());
@@ -115,6 +115,7 @@ Image render(const ElementLayout& element, double scale) {
       cairo_paint_with_alpha(cr, opacity);
     }
   } else {
+    cairo_translate(cr, offsetX, offsetY);
     cairo_scale(cr, scale, scale);
     if (opacity < 1) cairo_push_group(cr);
     drawContent(element, content, cr);
@@ -133,6 +134,40 @@ Image render(const ElementLayout& element, double scale) {
     if (Image soft = blurred(image, scale * blur)) image = soft;
   }
   return image;
+}
+
+}  // namespace
+
+Image render(const ElementLayout& element, double scale) {
+  scale = clampedScale(scale);
+  const Rect rect = element.layerRect();
+  return renderAt(element, scale, 0, 0, pixels(scale * rect.width), pixels(scale * rect.height));
+}
+
+Image render(const ElementLayout& element, double scale, double offsetX, double offsetY) {
+  scale = clampedScale(scale);
+  const Rect rect = element.layerRect();
+  offsetX = std::isfinite(offsetX) ? std::clamp(offsetX, 0.0, 0.999) : 0;
+  offsetY = std::isfinite(offsetY) ? std::clamp(offsetY, 0.0, 0.999) : 0;
+  // ceil of a product that should be whole must not gain a pixel from rounding noise.
+  auto covering = [](double length) { return pixels(std::ceil(length - 1e-9)); };
+  return renderAt(element, scale, offsetX, offsetY, covering(offsetX + scale * rect.width),
+                  covering(offsetY + scale * rect.height));
+}
+
+bool drawInPlace(const ElementLayout& element, cairo_t* cr) {
+  const double opacity = std::isfinite(element.opacity) ? std::clamp(element.opacity, 0.0, 1.0) : 1.0;
+  const bool deviceShadow = element.shadow && element.kind == ElementLayout::Kind::device && !element.shadowStyle;
+  const double blur = layerBlur(element);
+  if (opacity < 1 || (element.shadow && !deviceShadow) || (blur > 0 && std::isfinite(blur))) return false;
+  const Rect rect = element.layerRect();
+  cairo_save(cr);
+  cairo_rectangle(cr, rect.x, rect.y, rect.width, rect.height);
+  cairo_clip(cr);
+  drawContent(element, element.frame, cr);
+  cairo_restore(cr);
+  checkStatus(cr);
+  return true;
 }
 
 void paintBoard(const ComposedSlide& slide, cairo_t* cr) {

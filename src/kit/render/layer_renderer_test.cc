@@ -52,6 +52,22 @@ TEST(LayerRenderer, ContextCoversTheBleedAndContentStartsInsideIt) {
   EXPECT_EQ(box, (Rect{10, 10, 50, 25}));
 }
 
+TEST(LayerRenderer, LayerOnThePixelGridStartsItsContentPartWayIntoTheFirstPixel) {
+  ElementLayout element = shapeElement(solidShape(ShapeKind::rectangle, red), {0, 0, 10.5, 4});
+  Image image = LayerRenderer::render(element, 1, 0.75, 0.5);
+  EXPECT_EQ(image.width(), 12);   // 0.75 + 10.5 = 11.25 pixels: twelve cover it
+  EXPECT_EQ(image.height(), 5);   // 0.5 + 4
+  EXPECT_NEAR(alphaAt(image, 0, 2), 64, 2);    // a quarter of the first pixel
+  EXPECT_EQ(alphaAt(image, 1, 2), 255);
+  EXPECT_EQ(alphaAt(image, 10, 2), 255);
+  EXPECT_NEAR(alphaAt(image, 11, 2), 64, 2);   // up to 11.25
+  EXPECT_NEAR(alphaAt(image, 5, 0), 128, 10);  // half of the first row (cairo samples 15 rows a pixel)
+  // No offset: the same size as the plain layer.
+  Image plain = LayerRenderer::render(shapeElement(solidShape(ShapeKind::rectangle, red), {0, 0, 40, 20}), 1, 0, 0);
+  EXPECT_EQ(plain.width(), 40);
+  EXPECT_EQ(plain.height(), 20);
+}
+
 TEST(LayerRenderer, APathShapeIsStretchedToItsFrameSoAStarInATwoToOneFrameIsTwiceAsWide) {
   ShapeSpec star = solidShape(ShapeKind::path, red);
   // A five-pointed star drawn in a 100 x 100 square.

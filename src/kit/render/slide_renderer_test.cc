@@ -3,6 +3,7 @@
 #include "kit/render/layer_cache.h"
 #include "kit/render/render_test_support.h"
 
+#include <cairo.h>
 #include <gtest/gtest.h>
 #include <nlohmann/json.hpp>
 
@@ -34,6 +35,49 @@ TEST(SlideRenderer, SpreadSliceCutsElementsCrossingTheSeamAtTheEdge) {
   EXPECT_EQ(rgbAt(right, 18, 100), red);
   EXPECT_EQ(rgbAt(right, 21, 100), white);
   EXPECT_EQ(flat.calls.load(), 1);  // one layer served both slices
+}
+
+// Drawn without a layer cache, a layer is made on the picture's own pixel grid and copied: an
+// element at a fractional position comes out as if drawn straight into the picture.
+TEST(SlideRenderer, ElementAtAFractionalPositionMatchesDrawingItInPlace) {
+  ComposedSlide composed = board(smallTarget(100, 200), 2, 1);
+  ShapeSpec shape;
+  shape.kind = ShapeKind::rectangle;
+  shape.fill = Fill::solid({1, 0, 0, 1});
+  ElementLayout element = block("box", {110.25, 20, 30.5, 40}, "s1");
+  element.content = shape;
+  element.bleed = 0.5;  // the layer starts half a pixel before the box: its edges fall inside pixels
+  composed.elements.push_back(element);
+  Image image = SlideRenderer::composite(composed, 1, 1, nullptr);
+  ASSERT_EQ(image.width(), 100);
+
+  cairo_surface_t* expected = cairo_image_surface_create(CAIRO_FORMAT_RGB24, 100, 200);
+  cairo_t* cr = cairo_create(expected);
+  cairo_set_source_rgb(cr, 1, 1, 1);
+  cairo_paint(cr);
+  cairo_rectangle(cr, 10.25, 20, 30.5, 40);  // whole rows: cairo samples columns finely, rows in fifteenths
+  cairo_set_source_rgb(cr, 1, 0, 0);
+  cairo_fill(cr);
+  cairo_destroy(cr);
+  Image reference = Image::adopt(expected);
+  for (int y = 0; y < 200; ++y)
+    for (int x = 0; x < 100; ++x) {
+      uint32_t a = rgbAt(image, x, y), b = rgbAt(reference, x, y);
+      for (int shift = 0; shift < 24; shift += 8)
+        ASSERT_NEAR(int((a >> shift) & 0xFF), int((b >> shift) & 0xFF), 2) << x << "," << y;
+    }
+  // Through a cache the same layer serves any position, so it is resampled into place instead
+  LayerCache cache(64 << 20);
+  Image resampled = SlideRenderer::composite(composed, 1, 1, &cache);
+  int worst = 0;
+  for (int y = 0; y < 200; ++y)
+    for (int x = 0; x < 100; ++x) {
+      uint32_t a = rgbAt(resampled, x, y), b = rgbAt(reference, x, y);
+      for (int shift = 0; shift < 24; shift += 8)
+        worst = std::max(worst, std::abs(int((a >> shift) & 0xFF) - int((b >> shift) & 0xFF)));
+    }
+  // (which softens edges that fall inside pixels: what the grid-aligned layer avoids)
+  EXPECT_GT(worst, 20);
 }
 
 TEST(SlideRenderer, ElementOffTheSliceIsNotRenderedEvenWithALargeBlur) {

@@ -1,0 +1,194 @@
+// How it works. Each axis gets a table of taps: for every output pixel, the first source pixel
+// it covers and the weight of each covered pixel (the length of overlap over the length of the
+// output pixel in source units, so partial pixels at both ends count in part). Indices outside
+// the region are clamped to its edge, which is what a padded pattern would show there.
+//
+// Rows go first: for each output row the covered source rows are summed with 8-bit weights into
+// a row of 16-bit values (255 x 256 fits), eight bytes at a time, reading memory in order; the
+// columns of that row are then summed with 14-bit weights into 32-bit lanes, one pixel (four
+// channels) at a time, and rounded back to bytes. Flat colour comes out exact, because each
+// table's weights add up to exactly one. The same weights apply to all four channels, so
+// premultiplied colour stays at or below its alpha.
+//
+// Against cairo's GOOD filter at the scale of a capture on a phone's screen (0.75), this is
+// within a level on average and some eight times faster; GOOD below 0.75 runs pixman's general
+// two-dimensional convolution per pixel.
+#include "kit/image/box_resampler.h"
+
+#include "kit/util/lru_cache.h"
+
+#include <cairo.h>
+
+#include <algorithm>
+#include <cmath>
+#include <cstring>
+#include <mutex>
+#include <new>
+#include <utility>
+#include <vector>
+
+namespace vorno::BoxResampler {
+namespace {
+
+typedef int32_t Lanes __attribute__((vector_size(16)));
+typedef uint16_t Wide __attribute__((vector_size(16)));
+typedef uint8_t Narrow __attribute__((vector_size(8)));
+
+constexpr int rowBits = 8;      // vertical weights add up to 1 << rowBits
+constexpr int columnBits = 14;  // horizontal weights add up to 1 << columnBits
+
+struct Taps {
+  std::vector<int> first;      // first source pixel of each output pixel
+  std::vector<int> offset;     // where its weights start in `weights`
+  std::vector<int> count;      // how many
+  std::vector<int32_t> weights;
+};
+
+// Taps for `outLength` output pixels over a region of `length` source pixels.
+Taps makeTaps(int length, double scale, double offset, int outLength, int bits) {
+  Taps taps;
+  taps.first.resize(outLength);
+  taps.offset.resize(outLength);
+  taps.count.resize(outLength);
+  const int32_t one = 1 << bits;
+  std::vector<double> exact;
+  for (int i = 0; i < outLength; ++i) {
+    const double a = (i - offset) / scale, b = (i + 1 - offset) / scale;
+    const int k0 = static_cast<int>(std::floor(a)), k1 = std::max(k0, static_cast<int>(std::ceil(b)) - 1);
+    const int first = std::clamp(k0, 0, length - 1), last = std::clamp(k1, 0, length - 1);
+    exact.assign(static_cast<size_t>(last - first + 1), 0.0);
+    for (int k = k0; k <= k1; ++k) {
+      double overlap = std::min(b, k + 1.0) - std::max(a, double(k));
+      if (overlap > 0) exact[std::clamp(k, 0, length - 1) - first] += overlap;
+    }
+    const double span = b - a;
+    taps.first[i] = first;
+    taps.offset[i] = static_cast<int>(taps.weights.size());
+    taps.count[i] = static_cast<int>(exact.size());
+    int32_t sum = 0;
+    size_t largest = 0;
+    for (size_t n = 0; n < exact.size(); ++n) {
+      int32_t w = static_cast<int32_t>(std::lround(exact[n] / span * one));
+      taps.weights.push_back(w);
+      sum += w;
+      if (exact[n] > exact[largest]) largest = n;
+    }
+    // Rounding may leave the sum a little off one; the biggest weight absorbs it.
+    taps.weights[taps.offset[i] + largest] += one - sum;
+  }
+  return taps;
+}
+
+// mid[c] += weight * row[c] for `bytes` bytes, eight at a time.
+void addRow(uint16_t* mid, const uint8_t* row, size_t bytes, uint16_t weight, bool firstTap) {
+  size_t c = 0;
+  const Wide w = {weight, weight, weight, weight, weight, weight, weight, weight};
+  for (; c + 8 <= bytes; c += 8) {
+    Narrow source;
+    std::memcpy(&source, row + c, 8);
+    Wide value = __builtin_convertvector(source, Wide) * w;
+    if (!firstTap) {
+      Wide sum;
+      std::memcpy(&sum, mid + c, 16);
+      value += sum;
+    }
+    std::memcpy(mid + c, &value, 16);
+  }
+  for (; c < bytes; ++c) mid[c] = uint16_t((firstTap ? 0 : mid[c]) + weight * row[c]);
+}
+
+}  // namespace
+
+bool accepts(const Image& image, const ResampleGrid& g) {
+  if (!image || g.width <= 0 || g.height <= 0 || g.outWidth <= 0 || g.outHeight <= 0) return false;
+  if (g.x < 0 || g.y < 0 || g.x + g.width > image.width() || g.y + g.height > image.height()) return false;
+  if (!(g.scaleX > 0 && g.scaleX <= 1 && g.scaleY > 0 && g.scaleY <= 1)) return false;
+  if (!std::isfinite(g.offsetX) || !std::isfinite(g.offsetY)) return false;
+  // A caller's grid far bigger than the region it shrinks is a mistake, not a picture.
+  return g.outWidth <= g.width * g.scaleX + std::abs(g.offsetX) + 2 &&
+         g.outHeight <= g.height * g.scaleY + std::abs(g.offsetY) + 2;
+}
+
+Image resample(const Image& image, const ResampleGrid& g) {
+  if (!accepts(image, g)) return Image();
+  const bool opaque = !image.hasAlpha();
+  cairo_surface_t* surface =
+      cairo_image_surface_create(opaque ? CAIRO_FORMAT_RGB24 : CAIRO_FORMAT_ARGB32, g.outWidth, g.outHeight);
+  if (cairo_surface_status(surface) != CAIRO_STATUS_SUCCESS) {
+    cairo_surface_destroy(surface);
+    return Image();
+  }
+  try {
+    const Taps rows = makeTaps(g.height, g.scaleY, g.offsetY, g.outHeight, rowBits);
+    const Taps columns = makeTaps(g.width, g.scaleX, g.offsetX, g.outWidth, columnBits);
+    const size_t bytes = static_cast<size_t>(g.width) * 4;
+    std::vector<uint16_t> mid(bytes);
+    cairo_surface_flush(surface);
+    uint8_t* out = cairo_image_surface_get_data(surface);
+    const int outStride = cairo_image_surface_get_stride(surface);
+    const uint8_t* source = image.data() + static_cast<size_t>(g.x) * 4;
+    const size_t stride = static_cast<size_t>(image.stride());
+    const uint32_t alphaBits = opaque ? 0xFF000000u : 0;
+    for (int j = 0; j < g.outHeight; ++j) {
+      for (int t = 0; t < rows.count[j]; ++t) {
+        const uint8_t* row = source + static_cast<size_t>(g.y + rows.first[j] + t) * stride;
+        addRow(mid.data(), row, bytes, static_cast<uint16_t>(rows.weights[rows.offset[j] + t]), t == 0);
+      }
+      uint8_t* line = out + static_cast<size_t>(j) * outStride;
+      for (int i = 0; i < g.outWidth; ++i) {
+        Lanes sum = {0, 0, 0, 0};
+        const uint16_t* p = mid.data() + static_cast<size_t>(columns.first[i]) * 4;
+        const int32_t* w = columns.weights.data() + columns.offset[i];
+        for (int t = 0; t < columns.count[i]; ++t, p += 4) sum += w[t] * Lanes{p[0], p[1], p[2], p[3]};
+        sum = (sum + (1 << (rowBits + columnBits - 1))) >> (rowBits + columnBits);
+        uint8_t pixel[4] = {uint8_t(sum[0]), uint8_t(sum[1]), uint8_t(sum[2]), uint8_t(sum[3])};
+        uint32_t word;
+        std::memcpy(&word, pixel, 4);
+        word |= alphaBits;
+        std::memcpy(line + 4 * static_cast<size_t>(i), &word, 4);
+      }
+    }
+  } catch (const std::bad_alloc&) {
+    cairo_surface_destroy(surface);
+    return Image();
+  }
+  cairo_surface_mark_dirty(surface);
+  return Image::adopt(surface);
+}
+
+namespace {
+
+struct Entry {
+  Image source;  // keeps the key's surface alive, so its address names these pixels only
+  Image result;
+};
+
+using Key = std::pair<const void*, ResampleGrid>;
+
+// A capture on a phone's screen is some 10 MB; a few sizes of a few captures are what a render
+// or an export of one slide set reuses.
+constexpr int64_t cacheBytes = 64 << 20;
+
+std::mutex cacheLock;
+LRUCache<Key, Entry>& cache() {
+  static LRUCache<Key, Entry> instance(16, cacheBytes);
+  return instance;
+}
+
+}  // namespace
+
+Image cached(const Image& image, const ResampleGrid& grid) {
+  if (!accepts(image, grid)) return Image();
+  const Key key{image.surface(), grid};
+  {
+    std::lock_guard<std::mutex> lock(cacheLock);
+    if (std::optional<Entry> entry = cache().value(key)) return entry->result;
+  }
+  Image result = resample(image, grid);
+  if (!result) return result;
+  std::lock_guard<std::mutex> lock(cacheLock);
+  cache().setValue(Entry{image, result}, key, result.byteCount());
+  return result;
+}
+
+}  // namespace vorno::BoxResampler
