@@ -148,8 +148,11 @@ ExportSummary Exporter::exportProject(const Project& project, const FileProjectS
         jobs.push_back({target, locale, &slide, path(layout, target, locale, static_cast<int>(i) + 1, slide), nullptr});
       }
   for (const auto* creative : creatives) {
-    const StoreTarget* canvas = StoreTarget::canvas(creative->canvas);
-    if (!canvas) throw VornoError::invalid("Creative " + creative->id() + " is on an unknown canvas.");
+    // The canvas as the caller gave it (the catalogue's own unless a caller shrinks it).
+    const StoreTarget* canvas = nullptr;
+    for (const auto& given : canvases)
+      if (given.id == creative->canvas) canvas = &given;
+    if (!canvas || !StoreTarget::canvas(creative->canvas)) throw VornoError::invalid("Creative " + creative->id() + " is on an unknown canvas.");
     const bool moves = creative->motion && canvas->id != StoreTarget::appStoreUniversal().id;
     for (const auto& locale : runLocales)
       jobs.push_back({*canvas, locale, &creative->slide, creativePath(layout, *canvas, locale, creative->id(), "png"),
