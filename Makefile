@@ -35,7 +35,8 @@ EXAMPLE_LIST = node -e 'const p = require("./$(EXAMPLE)/project.json"); \
 
 # Lints the example, then renders its overview for every target and locale, every slide for every
 # target and locale, and each creative once per locale (a creative has its own canvas), into
-# $(EXAMPLE)/renders.
+# $(EXAMPLE)/renders; then exports the whole set in the vorno layout into $(EXAMPLE)/exports and
+# prints the summary.
 demo: build
 	$(BUILD)/vorno lint --project $(EXAMPLE)
 	@set -e; \
@@ -50,6 +51,7 @@ demo: build
 	  $(BUILD)/vorno render --project $(EXAMPLE) --slide $$c --locale $$l; \
 	done; done
 	@echo "The demo's renders are in $(EXAMPLE)/renders/"
+	$(BUILD)/vorno export --project $(EXAMPLE) --layout vorno
 
 # Paints the example app's screens again into $(EXAMPLE)/captures and its icon into assets/.
 demo-captures: build

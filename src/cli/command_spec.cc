@@ -35,6 +35,12 @@ bool ParsedArguments::flag(const std::string& field) const {
   return it != flags.end() && it->second;
 }
 
+std::vector<std::string> ParsedArguments::list(const std::string& field) const {
+  auto it = lists.find(field);
+  if (it == lists.end()) return {};
+  return it->second;
+}
+
 namespace {
 
 using Kind = OptionSpec::Kind;
@@ -113,6 +119,12 @@ std::vector<CommandSpec> makeCommands() {
                       {"variant", "", "--variant", Kind::string,
                        "Export this variant instead of the base, into exports/variants/<id>/.", {}, false},
                       {"allVariants", "", "--all-variants", Kind::flag, "Export the base and every variant.", {}, false},
+                      {"target", "-t", "--target", Kind::list,
+                       "Export only this target or creative canvas; repeat for more. Default: the project's targets and "
+                       "every canvas.",
+                       {}, false},
+                      {"locale", "-l", "--locale", Kind::list,
+                       "Export only this locale; repeat for more. Default: the project's locales.", {}, false},
                   },
                   runExport});
   list.push_back({"variant-import",

@@ -12,7 +12,7 @@
 namespace vorno::cli {
 
 struct OptionSpec {
-  enum class Kind { string, number, flag, positional };
+  enum class Kind { string, number, flag, positional, list };  ///< list: a string option given any number of times
 
   std::string field;      ///< the record's field name, e.g. "allVariants"
   std::string shortFlag;  ///< "-p", or empty
@@ -31,10 +31,13 @@ struct ParsedArguments {
   std::map<std::string, std::string> strings;
   std::map<std::string, double> numbers;
   std::map<std::string, bool> flags;
+  std::map<std::string, std::vector<std::string>> lists;
 
   std::optional<std::string> string(const std::string& field) const;
   std::optional<double> number(const std::string& field) const;
   bool flag(const std::string& field) const;
+  /// The values of a repeatable option in the order given; empty when it wasn't given.
+  std::vector<std::string> list(const std::string& field) const;
 };
 
 /// A validation error a command raises itself: exit 64 with the usage line, like a parse error.

@@ -16,7 +16,6 @@ namespace {
 int runMCP(const ParsedArguments&) { notAvailable("mcp"); }
 int runSetup(const ParsedArguments&) { notAvailable("setup"); }
 int runVideo(const ParsedArguments&) { notAvailable("video"); }
-int runExport(const ParsedArguments&) { notAvailable("export"); }
 int runCapture(const ParsedArguments&) { notAvailable("capture"); }
 
 }  // namespace vorno::cli

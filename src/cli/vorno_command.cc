@@ -20,6 +20,7 @@ struct OptionStorage {
   std::map<std::pair<std::string, std::string>, std::string> strings;
   std::map<std::pair<std::string, std::string>, double> numbers;
   std::map<std::pair<std::string, std::string>, bool> flags;
+  std::map<std::pair<std::string, std::string>, std::vector<std::string>> lists;
 };
 
 std::string cliFlags(const OptionSpec& option) {
@@ -42,6 +43,10 @@ void addOptions(CLI::App& sub, const CommandSpec& command, OptionStorage& storag
         break;
       case OptionSpec::Kind::flag:
         added = sub.add_flag(cliFlags(option), storage.flags[key], option.help);
+        break;
+      case OptionSpec::Kind::list:
+        // One value per occurrence: "--target a --target b", never "--target a b".
+        added = sub.add_option(cliFlags(option), storage.lists[key], option.help)->allow_extra_args(false);
         break;
     }
     if (option.required) added->required();
@@ -67,6 +72,9 @@ ParsedArguments collect(const CLI::App& sub, const CommandSpec& command, OptionS
         if (given) args.numbers[option.field] = storage.numbers[key];
         break;
       case OptionSpec::Kind::flag: args.flags[option.field] = given; break;
+      case OptionSpec::Kind::list:
+        if (given) args.lists[option.field] = storage.lists[key];
+        break;
     }
   }
   return args;

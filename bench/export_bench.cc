@@ -1,0 +1,92 @@
+// Export benchmark: the example package (examples/Demo.vorno: 7 slides on 3 targets in 2 locales
+// and one header creative, 44 PNGs) exported whole with the process pool at a given size, into a
+// fresh folder each run. Prints the file count, the median time of a whole export, the cost per
+// file, and the peak memory of the process (one pool size per process, so peaks don't mix).
+//
+//   taskset -c 0 build/export_bench 1      # one core
+//   build/export_bench 2                   # two cores
+//
+// Compare the per-file figure with `taskset -c 0 build/render_bench slide`, line (b): an export
+// should cost about one render-to-PNG per file, plus its read-back check. Every figure is the
+// median of its runs, after one warm-up run that fills the image and font caches.
+#include "kit/export/exporter.h"
+#include "kit/model/project.h"
+#include "kit/store/file_project_store.h"
+#include "kit/util/thread_pool.h"
+#include "tests/run_process.h"
+
+#include <sys/resource.h>
+#include <unistd.h>
+
+#include <algorithm>
+#include <chrono>
+#include <cstdio>
+#include <cstdlib>
+#include <filesystem>
+#include <string>
+#include <vector>
+
+namespace fs = std::filesystem;
+using namespace vorno;
+
+namespace {
+
+double median(std::vector<double> values) {
+  std::sort(values.begin(), values.end());
+  const size_t n = values.size();
+  return n % 2 ? values[n / 2] : (values[n / 2 - 1] + values[n / 2]) / 2;
+}
+
+double peakMiB() {
+  rusage usage{};
+  ::getrusage(RUSAGE_SELF, &usage);
+  return usage.ru_maxrss / 1024.0;
+}
+
+}  // namespace
+
+int main(int argc, char** argv) {
+  if (argc < 2) {
+    std::fprintf(stderr, "usage: export_bench <threads> [runs]\n");
+    return 64;
+  }
+  const size_t threads = static_cast<size_t>(std::max(1, std::atoi(argv[1])));
+  const int runs = argc > 2 ? std::max(1, std::atoi(argv[2])) : 5;
+  ThreadPool::setConcurrency(threads);
+
+  // The example, copied so that its own exports folder is never touched.
+  const fs::path scratch = testing::makeTempFolder("vorno-export-bench");
+  const fs::path root = scratch / "Demo.vorno";
+  const fs::path source = fs::path(testing::sourceDir()) / "examples" / "Demo.vorno";
+  fs::create_directories(root);
+  for (const char* part : {"project.json", "captures", "assets"})
+    if (fs::exists(source / part)) fs::copy(source / part, root / part, fs::copy_options::recursive);
+
+  try {
+    FileProjectStore store(root);
+    const Project project = store.load();
+    Exporter exporter;
+    size_t files = 0;
+    std::vector<double> seconds;
+    for (int run = 0; run <= runs; ++run) {
+      const fs::path into = scratch / ("run" + std::to_string(run));
+      const auto start = std::chrono::steady_clock::now();
+      ExportSummary summary = exporter.exportProject(project, store, std::nullopt, std::nullopt, ExportLayout::vorno, into);
+      const std::chrono::duration<double> took = std::chrono::steady_clock::now() - start;
+      files = summary.files.size();
+      if (run > 0) seconds.push_back(took.count());  // run 0 warms the caches
+      fs::remove_all(into);
+    }
+    const double whole = median(seconds);
+    std::printf("export of the example, %zu files, pool of %zu: median %.2f s over %d runs, %.1f ms per file, "
+                "peak memory %.0f MiB (layer budget %lld MiB)\n",
+                files, threads, whole, runs, 1000 * whole / static_cast<double>(files), peakMiB(),
+                static_cast<long long>(Exporter::layerBudget >> 20));
+  } catch (const std::exception& error) {
+    std::fprintf(stderr, "export_bench: %s\n", error.what());
+    fs::remove_all(scratch);
+    return 1;
+  }
+  fs::remove_all(scratch);
+  return 0;
+}

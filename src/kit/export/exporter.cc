@@ -1,0 +1,257 @@
+// How an export runs: a sequence of passes, each simple. First everything that can be known
+// without drawing: the targets split into store slots and creative canvases, the creatives on
+// those canvases, the locales, and every name that becomes a path, so that a bad name fails before
+// a single file exists. Then the job list, one file each, in a fixed order (targets, locales,
+// slides; then creatives, locales). Then one parallel loop over the jobs on the process pool:
+// lay out, draw once, write, read back. Results are placed by job index, so the summary's order
+// never depends on timing; only the first failure and nothing else is shared between jobs. Last,
+// the manifest replacement, which alone removes anything, and only when every file was written.
+#include "kit/export/exporter.h"
+
+#include "kit/export/export_manifest.h"
+#include "kit/export/stale_temporaries.h"
+#include "kit/image/images.h"
+#include "kit/lint/linter.h"
+#include "kit/model/project.h"
+#include "kit/model/store_target.h"
+#include "kit/render/layer_cache.h"
+#include "kit/store/file_name.h"
+#include "kit/store/file_project_store.h"
+#include "kit/util/format.h"
+#include "kit/util/paths.h"
+#include "kit/util/thread_pool.h"
+#include "kit/util/vorno_error.h"
+
+#include <algorithm>
+#include <exception>
+#include <mutex>
+#include <set>
+
+namespace vorno {
+
+namespace fs = std::filesystem;
+
+namespace {
+
+// One file to make.
+struct Job {
+  StoreTarget target;
+  std::string locale;
+  const Slide* slide = nullptr;   // the project's own, which outlives the export
+  std::string path;               // relative to the export folder
+  const Creative* moving = nullptr;  // a creative whose PNG is the poster of its motion
+};
+
+// What one job left behind, placed by its index.
+struct JobResult {
+  bool written = false;
+  std::vector<Issue> issues;
+};
+
+std::string platformFolder(const StoreTarget& target) { return std::string(rawValue(target.platform)); }
+
+std::string number(int index) { return formatted("%02d", index); }
+
+// Rethrows the first failure as a VornoError: a failure from the file system library or the
+// allocator still reaches the user as one sentence.
+[[noreturn]] void rethrow(const std::exception_ptr& failure, const std::string& path) {
+  try {
+    std::rethrow_exception(failure);
+  } catch (const VornoError&) {
+    throw;
+  } catch (const std::exception& error) {
+    throw VornoError::io("Couldn't export " + path + ": " + error.what() + ".");
+  }
+}
+
+}  // namespace
+
+std::string Exporter::path(ExportLayout layout, const StoreTarget& target, const std::string& locale, int index,
+                           const Slide& slide) {
+  if (layout == ExportLayout::vorno)
+    return platformFolder(target) + "/" + target.id + "/" + locale + "/" + number(index) + "-" + slide.id + ".png";
+  if (target.platform == Platform::ios) {
+    // The uploader's iOS folder holds every target of a locale and tells them apart by file name;
+    // a foldable has no slot there, so it gets a folder of its own beside it.
+    if (target.family == DeviceFamily::foldable)
+      return "fastlane/iphone-duo/" + locale + "/" + number(index) + "_" + slide.id + ".png";
+    return "fastlane/screenshots/" + locale + "/" + number(index) + "_" + target.id + ".png";
+  }
+  std::string kind = "phoneScreenshots";
+  if (target.id == StoreTarget::playTablet7().id) kind = "sevenInchScreenshots";
+  if (target.id == StoreTarget::playTablet10().id) kind = "tenInchScreenshots";
+  return "fastlane/metadata/android/" + locale + "/images/" + kind + "/" + number(index) + "_" + slide.id + ".png";
+}
+
+std::string Exporter::creativePath(ExportLayout layout, const StoreTarget& canvas, const std::string& locale,
+                                   const std::string& creativeID, const std::string& extension) {
+  if (layout == ExportLayout::vorno)
+    return platformFolder(canvas) + "/" + canvas.id + "/" + locale + "/" + creativeID + "." + extension;
+  return "fastlane/creatives/" + locale + "/" + canvas.id + "/" + creativeID + "." + extension;
+}
+
+std::optional<fs::path> Exporter::folder(const std::optional<std::string>& variant, const FileProjectStore& store) {
+  if (!variant) return std::nullopt;
+  return store.exportsDir() / "variants" / *variant;
+}
+
+std::vector<Issue> Exporter::dedupe(const std::vector<Issue>& issues) {
+  std::vector<std::pair<std::string, Issue>> kept;
+  std::set<std::string> seen;
+  for (const auto& issue : issues) {
+    std::string description = issue.description();
+    if (seen.insert(description).second) kept.emplace_back(std::move(description), issue);
+  }
+  std::stable_sort(kept.begin(), kept.end(), [](const auto& a, const auto& b) {
+    if (a.second.severity != b.second.severity) return a.second.severity < b.second.severity;
+    return a.first < b.first;
+  });
+  std::vector<Issue> out;
+  out.reserve(kept.size());
+  for (auto& [description, issue] : kept) out.push_back(std::move(issue));
+  return out;
+}
+
+ExportSummary Exporter::exportProject(const Project& project, const FileProjectStore& store,
+                                      const std::optional<std::vector<StoreTarget>>& targets,
+                                      const std::optional<std::vector<std::string>>& locales, ExportLayout layout,
+                                      const std::optional<fs::path>& into) const {
+  // Targets: store slots on one side, creative canvases on the other.
+  std::vector<StoreTarget> slots, canvases;
+  if (targets) {
+    for (const auto& target : *targets) (target.isCreative() ? canvases : slots).push_back(target);
+  } else {
+    for (const auto& id : project.targets)
+      if (const StoreTarget* target = StoreTarget::named(id)) (target->isCreative() ? canvases : slots).push_back(*target);
+    canvases = StoreTarget::canvases();
+  }
+  std::set<std::string> canvasIDs;
+  for (const auto& canvas : canvases) canvasIDs.insert(canvas.id);
+
+  std::vector<const Creative*> creatives;
+  for (const auto& creative : project.creatives)
+    if (canvasIDs.count(creative.canvas)) creatives.push_back(&creative);
+
+  const std::vector<std::string> runLocales = locales ? *locales : project.locales;
+  const fs::path folder = standardizePath(into ? *into : store.exportsDir());
+
+  // Every name that becomes part of a path, before anything is drawn or written.
+  for (const auto& slide : project.slides) FileName::check(slide.id, "Slide id");
+  for (const auto* creative : creatives) FileName::check(creative->id(), "Creative id");
+  for (const auto& locale : runLocales) FileName::check(locale, "Locale");
+
+  std::vector<Job> jobs;
+  for (const auto& target : slots)
+    for (const auto& locale : runLocales)
+      for (size_t i = 0; i < project.slides.size(); ++i) {
+        const Slide& slide = project.slides[i];
+        jobs.push_back({target, locale, &slide, path(layout, target, locale, static_cast<int>(i) + 1, slide), nullptr});
+      }
+  for (const auto* creative : creatives) {
+    // The canvas as the caller gave it (the catalogue's own unless a caller shrinks it).
+    const StoreTarget* canvas = nullptr;
+    for (const auto& given : canvases)
+      if (given.id == creative->canvas) canvas = &given;
+    if (!canvas || !StoreTarget::canvas(creative->canvas)) throw VornoError::invalid("Creative " + creative->id() + " is on an unknown canvas.");
+    const bool moves = creative->motion && canvas->id != StoreTarget::appStoreUniversal().id;
+    for (const auto& locale : runLocales)
+      jobs.push_back({*canvas, locale, &creative->slide, creativePath(layout, *canvas, locale, creative->id(), "png"),
+                      moves ? creative : nullptr});
+  }
+
+  // One cache for the whole export: a background or logo shared by every slide is drawn once.
+  LayerCache layers(layerBudget);
+  std::vector<Issue> issues = Linter::lint(project);
+  const std::string root = store.root().string();
+
+  std::vector<JobResult> results(jobs.size());
+  std::mutex lock;
+  std::exception_ptr firstFailure;
+  std::string failedPath;
+  ThreadPool::parallelFor(jobs.size(), [&](size_t index) {
+    const Job& job = jobs[index];
+    const fs::path file = folder / job.path;
+    try {
+      createFolders(file.parent_path());
+      removeStaleTemporaries(file);
+      // A creative in motion is exported as its poster, the still of its slide, until its video
+      // is written beside it.
+      ComposedSlide composed = renderer_.engine().layout(project, root, *job.slide, job.target, job.locale);
+      Image image = SlideRenderer::composite(composed, composed.focusIndex(), 1.0, &layers);
+      std::vector<Issue> found = SlideRenderer::report(composed, image).issues;
+      Images::write(image, file.string(), Images::ImageType::png);
+      for (auto& issue : Linter::verifyAsset(file.string(), job.target)) found.push_back(std::move(issue));
+      results[index] = {true, std::move(found)};
+    } catch (...) {
+      std::lock_guard<std::mutex> guard(lock);
+      if (!firstFailure) {
+        firstFailure = std::current_exception();
+        failedPath = file.string();
+      }
+    }
+  });
+  // Nothing of the old export has been touched yet: the manifest still lists every old file.
+  if (firstFailure) rethrow(firstFailure, failedPath);
+
+  ExportSummary summary;
+  summary.directory = folder.string();
+  std::vector<ExportManifest::Entry> entries;
+  for (size_t i = 0; i < jobs.size(); ++i) {
+    summary.files.push_back((folder / jobs[i].path).string());
+    entries.push_back({jobs[i].path, layout, jobs[i].target.id, jobs[i].locale});
+    for (auto& issue : results[i].issues) issues.push_back(std::move(issue));
+  }
+
+  // This run is the truth for every target and locale it covered, creative canvases included, so
+  // the file of a creative that left the project goes too.
+  std::set<ExportManifest::Scope> scopes;
+  for (const auto* list : {&slots, &canvases})
+    for (const auto& target : *list)
+      for (const auto& locale : runLocales) scopes.insert({layout, target.id, locale});
+  removeStaleTemporaries(folder / ExportManifest::fileName);
+  for (const auto& removed : ExportManifest::replace(folder, entries, scopes))
+    summary.removed.push_back((folder / removed).string());
+  summary.issues = dedupe(issues);
+  return summary;
+}
+
+LooksExport Exporter::exportLooks(const Project& project, const FileProjectStore& store,
+                                  const std::optional<std::vector<StoreTarget>>& targets,
+                                  const std::optional<std::vector<std::string>>& locales, ExportLayout layout) const {
+  LooksExport result;
+  std::vector<std::optional<std::string>> looks{std::nullopt};
+  for (const auto& variant : project.variants) looks.push_back(variant.id);
+
+  std::set<std::string> baseIssues;
+  for (const auto& variant : looks) {
+    Project look = project.resolved(variant);
+    ExportSummary summary =
+        exportProject(look, store, targets, locales, layout, variant ? folder(variant, store) : store.exportsDir());
+    if (!variant) {
+      for (const auto& issue : summary.issues) baseIssues.insert(issue.description());
+    } else {
+      std::erase_if(summary.issues, [&](const Issue& issue) { return baseIssues.count(issue.description()) > 0; });
+    }
+    result.looks.push_back({variant, std::move(summary)});
+  }
+
+  // Looks whose variant is gone: what their manifests list goes, a user's own files stay.
+  std::set<std::string> current;
+  for (const auto& variant : project.variants) current.insert(variant.id);
+  const fs::path variantsFolder = standardizePath(store.exportsDir() / "variants");
+  std::vector<fs::path> entries;
+  std::error_code error;
+  for (fs::directory_iterator it(variantsFolder, error); !error && it != fs::directory_iterator(); it.increment(error))
+    entries.push_back(it->path());
+  if (error) entries.clear();  // an unlistable folder holds no looks
+  std::sort(entries.begin(), entries.end());
+  for (const auto& entry : entries) {
+    if (current.count(entry.filename().string())) continue;
+    std::error_code notFolder;
+    if (!fs::is_directory(fs::symlink_status(entry, notFolder))) continue;
+    for (const auto& removed : ExportManifest::clear(entry)) result.removed.push_back((entry / removed).string());
+  }
+  return result;
+}
+
+}  // namespace vorno

@@ -1,0 +1,75 @@
+// Exporter: every slide for every target and locale, and every creative for every locale, as
+// store-ready PNGs in one of the two folder layouts, then the safe replacement of the earlier
+// export through the manifest.
+//
+//   Exporter exporter;
+//   ExportSummary summary = exporter.exportProject(project, store, std::nullopt, std::nullopt,
+//                                                  ExportLayout::vorno, std::nullopt);
+//   LooksExport looks = exporter.exportLooks(project, store, std::nullopt, std::nullopt,
+//                                            ExportLayout::fastlane);
+//
+// Names that become paths are checked before anything is drawn. The files are drawn in parallel
+// on the process pool with one LayerCache shared by all of them; each is read back and checked
+// against its slot. A failed file doesn't stop the others: the first failure is thrown at the
+// end, before the old export is touched.
+#pragma once
+
+#include "kit/export/export_layout.h"
+#include "kit/export/export_summary.h"
+#include "kit/render/slide_renderer.h"
+
+#include <filesystem>
+#include <optional>
+#include <string>
+#include <vector>
+
+namespace vorno {
+
+class FileProjectStore;
+struct Project;
+struct Slide;
+struct StoreTarget;
+
+class Exporter {
+ public:
+  explicit Exporter(SlideRenderer renderer = SlideRenderer()) : renderer_(std::move(renderer)) {}
+
+  /// One export of one look (`export` is a keyword here). `targets` absent: the project's targets
+  /// and every creative canvas; `locales` absent: the project's; `into` absent: the package's
+  /// exports folder. Throws VornoError for a name that can't be a file name, an unknown canvas,
+  /// the first file that failed, or a file of the old export that can't be removed.
+  ExportSummary exportProject(const Project& project, const FileProjectStore& store,
+                              const std::optional<std::vector<StoreTarget>>& targets,
+                              const std::optional<std::vector<std::string>>& locales, ExportLayout layout,
+                              const std::optional<std::filesystem::path>& into) const;
+
+  /// The base into exports/, then each variant into exports/variants/<id>/, then the removal of
+  /// the looks whose variant is gone. A look lists only the issues the base doesn't also have.
+  LooksExport exportLooks(const Project& project, const FileProjectStore& store,
+                          const std::optional<std::vector<StoreTarget>>& targets,
+                          const std::optional<std::vector<std::string>>& locales, ExportLayout layout) const;
+
+  /// exports/variants/<name> for a variant; nothing for the base (its folder is the default).
+  static std::optional<std::filesystem::path> folder(const std::optional<std::string>& variant,
+                                                     const FileProjectStore& store);
+
+  /// A slide's file, relative to the export folder; `index` counts from 1 within its target and
+  /// locale.
+  static std::string path(ExportLayout layout, const StoreTarget& target, const std::string& locale, int index,
+                          const Slide& slide);
+  /// A creative's file with the extension "png" or "mp4", relative to the export folder.
+  static std::string creativePath(ExportLayout layout, const StoreTarget& canvas, const std::string& locale,
+                                  const std::string& creativeID, const std::string& extension);
+
+  /// The first issue of each description, then sorted by severity (info first), ties by
+  /// description.
+  static std::vector<Issue> dedupe(const std::vector<Issue>& issues);
+
+  /// Bytes of element layers kept for one whole export.
+  static constexpr int64_t layerBudget = 268435456;
+
+ private:
+  SlideRenderer renderer_;
+};
+
+}  // namespace vorno
