@@ -5,8 +5,9 @@
 //
 // Rows go first: for each output row the covered source rows are summed with 8-bit weights into
 // a row of 16-bit values (255 x 256 fits), eight bytes at a time, reading memory in order; the
-// columns of that row are then summed with 14-bit weights into 32-bit lanes, one pixel (four
-// channels) at a time, and rounded back to bytes. Flat colour comes out exact, because each
+// columns of that row are then summed with 14-bit weights, one pixel (four channels) at a time,
+// and rounded back to bytes: in float lanes with a fixed number of taps when no output pixel
+// covers more than four source pixels (scales down to a quarter), in 32-bit integer lanes below. Flat colour comes out exact, because each
 // table's weights add up to exactly one. The same weights apply to all four channels, so
 // premultiplied colour stays at or below its alpha.
 //
@@ -31,6 +32,8 @@ namespace vorno::BoxResampler {
 namespace {
 
 typedef int32_t Lanes __attribute__((vector_size(16)));
+typedef float FloatLanes __attribute__((vector_size(16)));
+typedef uint16_t Quad __attribute__((vector_size(8)));
 typedef uint16_t Wide __attribute__((vector_size(16)));
 typedef uint8_t Narrow __attribute__((vector_size(8)));
 
@@ -97,6 +100,49 @@ void addRow(uint16_t* mid, const uint8_t* row, size_t bytes, uint16_t weight, bo
   for (; c < bytes; ++c) mid[c] = uint16_t((firstTap ? 0 : mid[c]) + weight * row[c]);
 }
 
+FloatLanes loadPixel(const uint16_t* p) {
+  Quad quad;
+  std::memcpy(&quad, p, sizeof quad);
+  return __builtin_convertvector(__builtin_convertvector(quad, Lanes), FloatLanes);
+}
+
+// The columns of one summed row into bytes, when no output pixel covers more than N source
+// pixels: every pixel takes exactly N taps (missing ones weigh nothing), so the loop unrolls, and
+// the sums run in float lanes, x86's baseline having no four-lane 32-bit integer multiply.
+// Weights and values are whole numbers, so only a sum's last of 24 bits can round.
+template <int N>
+void columnsFixed(const uint16_t* mid, const std::vector<int>& first, const std::vector<float>& weights, int outWidth,
+                  bool opaque, uint8_t* line) {
+  const float scaleBack = 1.0f / float(1 << (rowBits + columnBits));
+  for (int i = 0; i < outWidth; ++i) {
+    const uint16_t* p = mid + static_cast<size_t>(first[i]) * 4;
+    const float* w = weights.data() + static_cast<size_t>(i) * N;
+    FloatLanes sum = w[0] * loadPixel(p);
+    for (int t = 1; t < N; ++t) sum += w[t] * loadPixel(p + 4 * t);
+    const Lanes value = __builtin_convertvector(sum * scaleBack + 0.5f, Lanes);
+    uint8_t pixel[4] = {uint8_t(value[0]), uint8_t(value[1]), uint8_t(value[2]), uint8_t(value[3])};
+    uint32_t word;
+    std::memcpy(&word, pixel, 4);
+    if (opaque) {
+      word |= 0xFF000000u;
+    } else {
+      // Premultiplied colour stays at or below alpha whatever the last bit did.
+      const uint32_t a = word >> 24;
+      word = a << 24 | std::min((word >> 16) & 0xFF, a) << 16 | std::min((word >> 8) & 0xFF, a) << 8 |
+             std::min(word & 0xFF, a);
+    }
+    std::memcpy(line + 4 * static_cast<size_t>(i), &word, 4);
+  }
+}
+
+// Per output pixel, exactly N weights (zeros after its own taps).
+std::vector<float> paddedWeights(const Taps& taps, int n) {
+  std::vector<float> weights(taps.first.size() * static_cast<size_t>(n), 0.0f);
+  for (size_t i = 0; i < taps.first.size(); ++i)
+    for (int t = 0; t < taps.count[i]; ++t) weights[i * n + t] = float(taps.weights[taps.offset[i] + t]);
+  return weights;
+}
+
 }  // namespace
 
 bool accepts(const Image& image, const ResampleGrid& g) {
@@ -122,7 +168,11 @@ Image resample(const Image& image, const ResampleGrid& g) {
     const Taps rows = makeTaps(g.height, g.scaleY, g.offsetY, g.outHeight, rowBits);
     const Taps columns = makeTaps(g.width, g.scaleX, g.offsetX, g.outWidth, columnBits);
     const size_t bytes = static_cast<size_t>(g.width) * 4;
-    std::vector<uint16_t> mid(bytes);
+    // Four spare zero pixels: a fixed-tap pass may read past the row's end, with zero weight.
+    std::vector<uint16_t> mid(bytes + 16, 0);
+    const int widest = *std::max_element(columns.count.begin(), columns.count.end());
+    const int fixedTaps = widest <= 2 ? 2 : widest <= 3 ? 3 : widest <= 4 ? 4 : 0;
+    const std::vector<float> fixedWeights = fixedTaps ? paddedWeights(columns, fixedTaps) : std::vector<float>();
     cairo_surface_flush(surface);
     uint8_t* out = cairo_image_surface_get_data(surface);
     const int outStride = cairo_image_surface_get_stride(surface);
@@ -135,6 +185,10 @@ Image resample(const Image& image, const ResampleGrid& g) {
         addRow(mid.data(), row, bytes, static_cast<uint16_t>(rows.weights[rows.offset[j] + t]), t == 0);
       }
       uint8_t* line = out + static_cast<size_t>(j) * outStride;
+      if (fixedTaps == 2) columnsFixed<2>(mid.data(), columns.first, fixedWeights, g.outWidth, opaque, line);
+      if (fixedTaps == 3) columnsFixed<3>(mid.data(), columns.first, fixedWeights, g.outWidth, opaque, line);
+      if (fixedTaps == 4) columnsFixed<4>(mid.data(), columns.first, fixedWeights, g.outWidth, opaque, line);
+      if (fixedTaps) continue;
       for (int i = 0; i < g.outWidth; ++i) {
         Lanes sum = {0, 0, 0, 0};
         const uint16_t* p = mid.data() + static_cast<size_t>(columns.first[i]) * 4;

@@ -76,6 +76,27 @@ TEST(BoxResampler, HalfSizeAveragesBlocksOfFour) {
   EXPECT_EQ(pixelAt(small, 1, 0), 0xFF808080u);
 }
 
+// Below a quarter an output pixel covers more than four source pixels and the general pass runs.
+TEST(BoxResampler, StrongReductionAveragesEveryCoveredPixel) {
+  Image image = filled(CAIRO_FORMAT_RGB24, 200, 200, [](cairo_t* cr) {
+    cairo_set_source_rgb(cr, 0, 0, 0);
+    cairo_paint(cr);
+    cairo_set_source_rgb(cr, 1, 1, 1);
+    for (int y = 0; y < 200; ++y)
+      for (int x = (y % 2); x < 200; x += 2) cairo_rectangle(cr, x, y, 1, 1);
+    cairo_fill(cr);
+  });
+  Image small = BoxResampler::resample(image, wholeImage(image, 0.1));
+  ASSERT_TRUE(small);
+  ASSERT_EQ(small.width(), 20);
+  for (int y = 0; y < 20; ++y)
+    for (int x = 0; x < 20; ++x) {
+      uint32_t p = pixelAt(small, x, y);
+      ASSERT_NEAR(int(p & 0xFF), 128, 1) << x << "," << y;  // half the pixels white
+      ASSERT_EQ(p >> 24, 0xFFu);
+    }
+}
+
 TEST(BoxResampler, OpaqueImageStaysOpaqueWhateverItsPaddingByte) {
   Image image = filled(CAIRO_FORMAT_RGB24, 30, 30, busy);
   Image small = BoxResampler::resample(image, wholeImage(image, 0.6, 0.5));

@@ -100,6 +100,21 @@ void packRow(const uint8_t* source, int width, bool withAlpha, bool premultiplie
   }
 }
 
+// The common case, an opaque picture with the Sub filter, in one pass straight from the words:
+// each pixel minus the one before it, byte by byte without borrows (SWAR), written as R G B.
+void subOpaqueRow(const uint8_t* source, int width, uint8_t* out) {
+  constexpr uint32_t high = 0x80808080u;
+  uint32_t previous = 0;  // the pixel left of the first is zero
+  for (int x = 0; x < width; ++x) {
+    uint32_t pixel;
+    std::memcpy(&pixel, source + 4 * x, 4);
+    const uint32_t d = ((pixel | high) - (previous & ~high)) ^ ((pixel ^ ~previous) & high);
+    previous = pixel;
+    out[0] = uint8_t(d >> 16), out[1] = uint8_t(d >> 8), out[2] = uint8_t(d);
+    out += 3;
+  }
+}
+
 bool premultipliedFormat(const Image& image) {
   return cairo_image_surface_get_format(image.surface()) == CAIRO_FORMAT_ARGB32;
 }
@@ -167,11 +182,19 @@ std::optional<std::vector<uint8_t>> encode(const Image& image, Options options) 
     return std::nullopt;
   }
   for (int y = 0; y < height; ++y) {
-    packRow(image.data() + static_cast<size_t>(y) * image.stride(), width, withAlpha, premultiplied,
-            current.data());
     uint8_t* out = filtered.data() + (rowBytes + 1) * y;
     out[0] = filterByte;
     ++out;
+    if (!withAlpha && options.filter == Filter::sub) {
+      subOpaqueRow(image.data() + static_cast<size_t>(y) * image.stride(), width, out);
+      if (level == automaticLevel && y % 8 == 0) {
+        sampledBytes += rowBytes;
+        sampledZeros += zeroBytes(out, rowBytes);
+      }
+      continue;
+    }
+    packRow(image.data() + static_cast<size_t>(y) * image.stride(), width, withAlpha, premultiplied,
+            current.data());
     const uint8_t* cur = current.data();
     switch (options.filter) {
       case Filter::none:
