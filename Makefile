@@ -25,7 +25,7 @@ test: build
 # Rewrites tests/golden/*.png from the current renderer, after a deliberate change of the
 # pictures. Look at every changed golden before committing it.
 goldens: build
-	VORNO_UPDATE_GOLDENS=1 $(BUILD)/vorno_tests --gtest_filter='Golden*'
+	VORNO_UPDATE_GOLDENS=1 $(BUILD)/vorno_tests --gtest_filter='*Golden*'
 
 # The example's slide and creative ids, targets and locales, read from its project.json (node is
 # installed by scripts/setup.sh).

@@ -70,7 +70,10 @@ std::vector<uint8_t> encode(const Image& image, ImageType type, double quality) 
 
 void write(const Image& image, const std::string& path, ImageType type, double quality) {
   std::vector<uint8_t> bytes = encode(image, type, quality);
-  atomicWrite(path, std::string_view(reinterpret_cast<const char*>(bytes.data()), bytes.size()));
+  // Pictures are made again by the next render or export, so they skip the flush to disk that
+  // documents get; readers and killed processes still see the old file or the new one.
+  atomicWrite(path, std::string_view(reinterpret_cast<const char*>(bytes.data()), bytes.size()),
+              Durability::rebuildable);
 }
 
 }  // namespace vorno::Images

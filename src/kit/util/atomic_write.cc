@@ -40,14 +40,14 @@ bool writeAll(int fd, const char* data, size_t size) {
 // The shared part of both writes. `fill` writes the content into the open temporary file and
 // returns 0, or an errno value; `mode` is the permission the new file gets (nothing: the default).
 void replaceThroughTemporary(const std::filesystem::path& target, std::optional<mode_t> mode,
-                             const std::function<int(int fd)>& fill) {
+                             const std::function<int(int fd)>& fill, Durability durability = Durability::flushed) {
   std::filesystem::path temporary = temporaryPathBeside(target);
   int fd = ::open(temporary.c_str(), O_WRONLY | O_CREAT | O_EXCL | O_CLOEXEC, 0666);
   if (fd < 0) failWriting(target, errno);
   int failure = fill(fd);
   if (failure == 0 && mode && ::fchmod(fd, *mode) != 0) failure = errno;
   // fsync before the rename: otherwise a crash could leave the new name pointing at empty data.
-  if (failure == 0 && ::fsync(fd) != 0) failure = errno;
+  if (failure == 0 && durability == Durability::flushed && ::fsync(fd) != 0) failure = errno;
   if (::close(fd) != 0 && failure == 0) failure = errno;
   if (failure == 0 && ::rename(temporary.c_str(), target.c_str()) != 0) failure = errno;
   if (failure != 0) {
@@ -96,10 +96,10 @@ std::filesystem::path temporaryPathBeside(const std::filesystem::path& target) {
   return target.parent_path() / ("." + target.filename().string() + "." + randomUUID());
 }
 
-void atomicWrite(const std::filesystem::path& target, std::string_view bytes) {
-  replaceThroughTemporary(target, existingMode(target), [&](int fd) {
-    return writeAll(fd, bytes.data(), bytes.size()) ? 0 : errno;
-  });
+void atomicWrite(const std::filesystem::path& target, std::string_view bytes, Durability durability) {
+  replaceThroughTemporary(
+      target, existingMode(target), [&](int fd) { return writeAll(fd, bytes.data(), bytes.size()) ? 0 : errno; },
+      durability);
 }
 
 void atomicCopy(const std::filesystem::path& source, const std::filesystem::path& target) {

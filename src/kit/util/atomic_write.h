@@ -2,7 +2,7 @@
 // never a mix, and a crash leaves the old file whole.
 //
 // How it works: the bytes go to a temporary file beside the target, named ".<name>.<UUID>" so that
-// it is hidden and never taken for the target, are flushed to disk with fsync, and the temporary
+// it is hidden and never taken for the target, are flushed to disk with fsync (documents; rebuildable pictures skip the flush), and the temporary
 // file is renamed over the target, which the kernel does in one step on one file system. On any
 // failure the temporary file is removed. A process killed between create and rename can leave its
 // temporary file behind; nothing reads those.
@@ -13,9 +13,20 @@
 
 namespace vorno {
 
+/// How far a write goes before the rename. Either way readers and killed processes only ever see
+/// the old file or the new one; the difference is a power cut.
+enum class Durability {
+  /// Flushed to the disk first (fsync): documents, manifests, anything that can't be made again.
+  flushed,
+  /// Left to the kernel to write back: pictures that a render or export makes again in a moment.
+  /// Saves the flush, which costs more than encoding a slide on some disks.
+  rebuildable,
+};
+
 /// Replaces (or creates) `target` with `bytes`. The parent folder must exist. A file that already
 /// exists keeps its permission bits. Throws VornoError::io "Couldn't write <target>: <reason>.".
-void atomicWrite(const std::filesystem::path& target, std::string_view bytes);
+void atomicWrite(const std::filesystem::path& target, std::string_view bytes,
+                 Durability durability = Durability::flushed);
 
 /// Copies `source` over (or to) `target` the same way, streaming, with the source's permission
 /// bits. Throws VornoError::io "Couldn't read <source>: <reason>." or "Couldn't write <target>: <reason>.".

@@ -2,6 +2,7 @@
 
 #include "kit/util/vorno_error.h"
 #include "tests/run_process.h"
+#include "tests/temp_folder.h"
 
 #include <gtest/gtest.h>
 #include <sys/stat.h>
@@ -126,6 +127,25 @@ TEST_F(AtomicWrite, TemporaryNameIsHiddenBesideTargetWithUUID) {
                                std::regex(R"(\.project\.json\.[0-9A-F]{8}-[0-9A-F]{4}-4[0-9A-F]{3}-[89AB][0-9A-F]{3}-[0-9A-F]{12})")))
       << temporary;
   EXPECT_NE(temporaryPathBeside(folder_ / "project.json"), temporary);
+}
+
+}  // namespace
+}  // namespace vorno
+
+namespace vorno {
+namespace {
+
+TEST(AtomicRebuildableWrite, ReplacesWholeWithoutATemporaryLeftBehind) {
+  testing::TempFolder folder;
+  auto target = folder.path() / "picture.png";
+  atomicWrite(target, "old");
+  atomicWrite(target, "new bytes", Durability::rebuildable);
+  std::ifstream in(target);
+  std::string text((std::istreambuf_iterator<char>(in)), std::istreambuf_iterator<char>());
+  EXPECT_EQ(text, "new bytes");
+  int entries = 0;
+  for ([[maybe_unused]] const auto& e : std::filesystem::directory_iterator(folder.path())) ++entries;
+  EXPECT_EQ(entries, 1);
 }
 
 }  // namespace
