@@ -5,6 +5,8 @@
 // fade. cairo is y down like the document, so a layer goes where its rectangle says, unflipped.
 #include "kit/render/slide_renderer.h"
 
+#include "kit/render/blend_operator.h"
+
 #include "kit/image/canvas.h"
 #include "kit/render/layer_cache.h"
 #include "kit/render/layer_renderer.h"
@@ -24,24 +26,6 @@ double clampedScale(double scale) {
 }
 
 int pixels(double scale, double length) { return std::max(1, static_cast<int>(scale * length)); }
-
-cairo_operator_t cairoOperator(BlendMode mode) {
-  switch (mode) {
-    case BlendMode::normal: return CAIRO_OPERATOR_OVER;
-    case BlendMode::multiply: return CAIRO_OPERATOR_MULTIPLY;
-    case BlendMode::screen: return CAIRO_OPERATOR_SCREEN;
-    case BlendMode::overlay: return CAIRO_OPERATOR_OVERLAY;
-    case BlendMode::darken: return CAIRO_OPERATOR_DARKEN;
-    case BlendMode::lighten: return CAIRO_OPERATOR_LIGHTEN;
-    case BlendMode::colorDodge: return CAIRO_OPERATOR_COLOR_DODGE;
-    case BlendMode::colorBurn: return CAIRO_OPERATOR_COLOR_BURN;
-    case BlendMode::softLight: return CAIRO_OPERATOR_SOFT_LIGHT;
-    case BlendMode::hardLight: return CAIRO_OPERATOR_HARD_LIGHT;
-    case BlendMode::difference: return CAIRO_OPERATOR_DIFFERENCE;
-    case BlendMode::exclusion: return CAIRO_OPERATOR_EXCLUSION;
-  }
-  return CAIRO_OPERATOR_OVER;
-}
 
 // The rectangle used to decide whether an element reaches a slice: its layer rectangle (bleed
 // included, so a blur that reaches in keeps it), scaled by drawScale, and for a turned element
@@ -71,7 +55,7 @@ void place(cairo_t* cr, const ElementLayout& element, const Image& layer) {
   if (!(target.width > 0) || !(target.height > 0)) return;
 
   cairo_save(cr);
-  if (element.blend) cairo_set_operator(cr, cairoOperator(*element.blend));
+  if (element.blend) setBlendMode(cr, *element.blend);
   cairo_translate(cr, target.midX(), target.midY());
   // Positive degrees turn clockwise on the screen, which is cairo's positive angle in y down.
   if (element.rotation != 0) cairo_rotate(cr, element.rotation * M_PI / 180);
@@ -106,7 +90,7 @@ bool placeAligned(cairo_t* cr, const ElementLayout& element, double scale) {
   Image layer = LayerRenderer::render(element, scale * element.drawScale, x - left, y - top);
   if (!layer) return true;
   cairo_save(cr);
-  if (element.blend) cairo_set_operator(cr, cairoOperator(*element.blend));
+  if (element.blend) setBlendMode(cr, *element.blend);
   cairo_identity_matrix(cr);
   cairo_set_source_surface(cr, layer.surface(), left, top);
   cairo_pattern_set_filter(cairo_get_source(cr), CAIRO_FILTER_NEAREST);
