@@ -7,7 +7,8 @@
 namespace vorno {
 
 LayerCache::LayerCache(int64_t byteLimit, Renderer renderer)
-    : renderer_(renderer ? std::move(renderer) : Renderer(static_cast<Image (*)(const ElementLayout&, double)>(&LayerRenderer::render))),
+    : customRenderer_(static_cast<bool>(renderer)),
+      renderer_(renderer ? std::move(renderer) : Renderer(static_cast<Image (*)(const ElementLayout&, double)>(&LayerRenderer::render))),
       layers_(LRUCache<std::string, Image>::unlimited, byteLimit) {}
 
 std::string LayerCache::key(const ElementLayout& element, double scale) {
@@ -15,7 +16,18 @@ std::string LayerCache::key(const ElementLayout& element, double scale) {
 }
 
 Image LayerCache::layer(const ElementLayout& element, double scale) {
-  const std::string layerKey = key(element, scale);
+  return fetch(key(element, scale), [&] { return renderer_(element, scale); });
+}
+
+Image LayerCache::layer(const ElementLayout& element, double scale, int phaseX, int phaseY) {
+  const std::string layerKey = key(element, scale) + "|@" + std::to_string(phaseX) + "," + std::to_string(phaseY);
+  return fetch(layerKey, [&] {
+    if (customRenderer_) return renderer_(element, scale);
+    return LayerRenderer::render(element, scale, phaseX / 8.0, phaseY / 8.0);
+  });
+}
+
+Image LayerCache::fetch(const std::string& layerKey, const std::function<Image()>& draw) {
   {
     std::unique_lock guard(lock_);
     for (;;) {
@@ -29,7 +41,7 @@ Image LayerCache::layer(const ElementLayout& element, double scale) {
 
   Image image;
   try {
-    image = renderer_(element, scale);
+    image = draw();
   } catch (...) {
     {
       std::lock_guard guard(lock_);

@@ -35,6 +35,11 @@ class LayerCache {
   /// lets the next caller try again.
   Image layer(const ElementLayout& element, double scale);
 
+  /// The element's layer drawn `phaseX`/8 and `phaseY`/8 of a pixel into its first pixel, so that
+  /// it can be copied whole at a whole-pixel position: the picture stays as sharp as one drawn in
+  /// place. Phases 0...7; a layer at one phase is drawn once and served to every position with it.
+  Image layer(const ElementLayout& element, double scale, int phaseX, int phaseY);
+
   /// `contentKey` + "|" + scale: everything that changes the pixels, and no position.
   static std::string key(const ElementLayout& element, double scale);
 
@@ -42,6 +47,9 @@ class LayerCache {
   bool isDrawing(const std::string& key) const;
 
  private:
+  Image fetch(const std::string& layerKey, const std::function<Image()>& draw);
+
+  bool customRenderer_ = false;  // declared first: set before `renderer_` takes the function over
   Renderer renderer_;
   mutable std::mutex lock_;
   std::condition_variable condition_;
