@@ -29,7 +29,8 @@ struct Fixture {
     slide.eyebrow = LocalizedText{{{"en-US", "Shared calendars"}}};
     slide.headline = LocalizedText{{{"en-US", "Plan the week\nwith **your whole team**"}}};
     slide.subhead = LocalizedText{{{"en-US", "Everyone sees what's next, on every device."}}};
-    slide.device = DeviceSlot{ScreenshotRef::path("captures/{locale}/home.png")};
+    slide.device = DeviceSlot{};
+    slide.device->screenshot = ScreenshotRef::path("captures/{locale}/home.png");
     SlideElement note;
     note.id = "note";
     note.kind = SlideElement::Kind::text;

@@ -6,6 +6,7 @@
 #include "kit/image/video_frames.h"
 #include "kit/layout/slide_layout_engine.h"
 #include "kit/util/format.h"
+#include "kit/util/paths.h"
 #include "kit/util/vorno_error.h"
 
 #include <algorithm>
@@ -17,23 +18,6 @@ namespace vorno {
 namespace {
 
 namespace fs = std::filesystem;
-
-bool exists(const std::string& path) {
-  std::error_code ignored;
-  return fs::exists(path, ignored);
-}
-
-std::string lowerExtension(const std::string& path) {
-  std::string ext = fs::path(path).extension().string();
-  if (!ext.empty()) ext.erase(0, 1);
-  std::transform(ext.begin(), ext.end(), ext.begin(), [](unsigned char c) { return std::tolower(c); });
-  return ext;
-}
-
-std::string joined(const std::string& root, const std::string& path) {
-  if (!path.empty() && path.front() == '/') return path;
-  return (fs::path(root) / path).string();
-}
 
 // The file that must exist for a path: the recording itself for a frame of a video.
 std::string fileOf(const std::string& path) {
@@ -85,8 +69,8 @@ std::optional<std::pair<std::string, std::string>> SlideLayoutEngine::otherLocal
     return a < b;
   });
   for (const auto& name : names) {
-    std::string path = joined(root, replaceLocale(reference, name));
-    if (exists(fileOf(path))) return std::pair{name, path};
+    std::string path = packagePath(root, replaceLocale(reference, name));
+    if (fileExists(fileOf(path))) return std::pair{name, path};
   }
   return std::nullopt;
 }
@@ -103,8 +87,8 @@ std::optional<SlideLayoutEngine::ResolvedDevice> SlideLayoutEngine::resolveDevic
     sink.warning("capture.none",
                  "This phone has no screenshot yet. Drop an image on it, or choose one in the inspector.");
   } else {
-    std::string file = joined(root, *path);
-    if (exists(fileOf(file))) {
+    std::string file = packagePath(root, *path);
+    if (fileExists(fileOf(file))) {
       resolved.captureURL = file;
     } else {
       auto reference = unresolvedReference(slot.screenshot, target);
@@ -137,7 +121,7 @@ std::optional<SlideLayoutEngine::ResolvedDevice> SlideLayoutEngine::resolveDevic
   std::optional<DeviceFrame> frame;
   if (slot.frame && DeviceFrame::isCustomPath(*slot.frame)) {
     try {
-      frame = CustomFrame::load(joined(root, *slot.frame), *slot.frame, target.platform);
+      frame = CustomFrame::load(packagePath(root, *slot.frame), *slot.frame, target.platform);
     } catch (const VornoError& error) {
       sink.error("frame.custom", "Frame " + fs::path(*slot.frame).filename().string() + ": " + error.message());
       return std::nullopt;

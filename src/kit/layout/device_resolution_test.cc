@@ -12,6 +12,7 @@ namespace {
 using testing::TestPackage;
 using testing::heroSlide;
 using testing::projectWith;
+using testing::showing;
 
 const ElementLayout* find(const ComposedSlide& c, const std::string& id) {
   for (const auto& e : c.elements)
@@ -43,7 +44,7 @@ TEST(DeviceResolution, MissingLocaleFallsBackToEnglishFirstWhateverTheAlphabetSa
   TestPackage package;
   package.capture("captures/fr-FR/home.png", 1320, 2868);
   package.capture("captures/en-US/home.png", 1320, 2868);
-  ComposedSlide c = layOut(package, withDevice({ScreenshotRef::path("captures/{locale}/home.png")}),
+  ComposedSlide c = layOut(package, withDevice(showing("captures/{locale}/home.png")),
                            StoreTarget::iphone69(), "de-DE");
   const Issue* fallback = issue(c, "capture.locale");
   ASSERT_NE(fallback, nullptr);
@@ -57,7 +58,7 @@ TEST(DeviceResolution, MissingLocaleFallsBackToEnglishFirstWhateverTheAlphabetSa
 TEST(DeviceResolution, ReferenceWithoutLocaleHasNoFallbackAndIsMissing) {
   TestPackage package;
   package.capture("captures/en-US/home.png", 1320, 2868);
-  ComposedSlide c = layOut(package, withDevice({ScreenshotRef::path("captures/de-DE/home.png")}),
+  ComposedSlide c = layOut(package, withDevice(showing("captures/de-DE/home.png")),
                            StoreTarget::iphone69(), "de-DE");
   const Issue* missing = issue(c, "capture.missing");
   ASSERT_NE(missing, nullptr);
@@ -73,7 +74,7 @@ TEST(DeviceResolution, ReferenceWithoutLocaleHasNoFallbackAndIsMissing) {
 TEST(DeviceResolution, LandscapeCaptureInPortraitFrameWithoutCropTurnsTheFrameAtNinetyPercentWidth) {
   TestPackage package;
   package.capture("captures/en-US/wide.png", 2868, 1320);
-  ComposedSlide c = layOut(package, withDevice({ScreenshotRef::path("captures/{locale}/wide.png")}),
+  ComposedSlide c = layOut(package, withDevice(showing("captures/{locale}/wide.png")),
                            StoreTarget::iphone69());
   const ElementLayout* d = find(c, "device");
   ASSERT_NE(d, nullptr);
@@ -87,7 +88,7 @@ TEST(DeviceResolution, LandscapeCaptureInPortraitFrameWithoutCropTurnsTheFrameAt
 TEST(DeviceResolution, LandscapeCaptureWithCropIsNotTurnedAndShowsADetailCard) {
   TestPackage package;
   package.capture("captures/en-US/wide.png", 2868, 1320);
-  DeviceSlot slot{ScreenshotRef::path("captures/{locale}/wide.png")};
+  DeviceSlot slot = showing("captures/{locale}/wide.png");
   slot.crop = CropRect{0.1, 0.1, 0.5, 0.5};
   ComposedSlide c = layOut(package, withDevice(slot), StoreTarget::iphone69());
   const ElementLayout* d = find(c, "device");
@@ -103,7 +104,7 @@ TEST(DeviceResolution, LandscapeCaptureWithCropIsNotTurnedAndShowsADetailCard) {
 TEST(DeviceResolution, BareScreenWithOutlineIsOutlinedAndNamedFrameWithOutlineIsReported) {
   TestPackage package;
   package.capture("captures/en-US/home.png", 1320, 2868);
-  DeviceSlot bare{ScreenshotRef::path("captures/{locale}/home.png")};
+  DeviceSlot bare = showing("captures/{locale}/home.png");
   bare.frame = "none";
   bare.outline = RGBColor::white();
   ComposedSlide c = layOut(package, withDevice(bare), StoreTarget::iphone69());
@@ -128,7 +129,7 @@ TEST(DeviceResolution, CaptureFourTenthsOfAPercentOffNeedsNoWarningAndSixTenthsW
   // The iPhone 17 Pro Max screen is 1320 x 2868.
   package.capture("captures/en-US/close.png", 1320, 2857);  // 0.39% wider in aspect
   package.capture("captures/en-US/far.png", 1320, 2851);    // 0.60% wider
-  DeviceSlot slot{ScreenshotRef::path("captures/{locale}/close.png")};
+  DeviceSlot slot = showing("captures/{locale}/close.png");
   slot.frame = "iphone-17-pro-max";
   EXPECT_EQ(issue(layOut(package, withDevice(slot), StoreTarget::iphone69()), "capture.aspect"), nullptr);
   slot.screenshot = ScreenshotRef::path("captures/{locale}/far.png");
@@ -224,7 +225,7 @@ TEST(DeviceResolution, PathShapeWithoutDataIsDroppedWithAnError) {
 
 TEST(DeviceResolution, NoCaptureWarnsAndUsesTheDefaultFrame) {
   TestPackage package;
-  ComposedSlide c = layOut(package, withDevice({ScreenshotRef::path("")}), StoreTarget::iphone69());
+  ComposedSlide c = layOut(package, withDevice(showing("")), StoreTarget::iphone69());
   ASSERT_NE(issue(c, "capture.none"), nullptr);
   EXPECT_EQ(c.frameID, "iphone-17-pro-max");
 }
@@ -232,7 +233,7 @@ TEST(DeviceResolution, NoCaptureWarnsAndUsesTheDefaultFrame) {
 TEST(DeviceResolution, UnknownFinishIsReportedWithTheFramesOptions) {
   TestPackage package;
   package.capture("captures/en-US/home.png", 1320, 2868);
-  DeviceSlot slot{ScreenshotRef::path("captures/{locale}/home.png")};
+  DeviceSlot slot = showing("captures/{locale}/home.png");
   slot.finish = "gold-plated";
   ComposedSlide c = layOut(package, withDevice(slot), StoreTarget::iphone69());
   const Issue* finish = issue(c, "frame.finish");

@@ -9,6 +9,7 @@
 #include "kit/layout/slide_layout_engine.h"
 #include "kit/model/enum_names.h"
 #include "kit/util/format.h"
+#include "kit/util/paths.h"
 #include "kit/util/vorno_error.h"
 
 #include <algorithm>
@@ -23,11 +24,6 @@ namespace fs = std::filesystem;
 
 using ContentKeys::number;
 using ContentKeys::fill;
-
-std::string joined(const std::string& root, const std::string& path) {
-  if (!path.empty() && path.front() == '/') return path;
-  return (fs::path(root) / path).string();
-}
 
 template <class E>
 std::string name(E value) {
@@ -152,7 +148,7 @@ std::optional<ElementLayout> SlideLayoutEngine::freeElement(const SlideElement& 
     }
     case SlideElement::Kind::image: {
       if (!element.image) return std::nullopt;
-      const std::string path = joined(root, *element.image);
+      const std::string path = packagePath(root, *element.image);
       auto size = ImageSizeCache::shared().size(path);
       if (!size) {
         sink.error("image.missing", "Image not found or unreadable: " + *element.image, e.uid());
@@ -276,7 +272,7 @@ std::optional<ElementLayout> SlideLayoutEngine::freeElement(const SlideElement& 
                        "SF Symbols are licensed for Apple-platform artwork only; use your own icon on Google Play.",
                        e.uid());
       }
-      if (spec.image && !ImageSizeCache::shared().size(joined(root, *spec.image)))
+      if (spec.image && !ImageSizeCache::shared().size(packagePath(root, *spec.image)))
         sink.error("image.missing", "Image not found or unreadable: " + *spec.image, e.uid());
       ComponentDrawing drawing = ComponentLayout::make(spec, context.theme, context.fg, context.muted, locale, root);
       const double height = width * drawing.size.height / std::max(drawing.size.width, 0.001);

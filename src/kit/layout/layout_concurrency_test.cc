@@ -24,7 +24,7 @@ TEST(LayoutConcurrency, FiftySlidesOnEightThreadsEqualTheSequentialResults) {
     slide.eyebrow = testing::text("Week " + std::to_string(i));
     slide.headline = testing::text("Plan **week " + std::to_string(i) + "**\nwith the whole team");
     slide.subhead = testing::text(std::string(static_cast<size_t>(i % 7 + 1), 'x') + " shared calendars");
-    slide.device = DeviceSlot{ScreenshotRef::path("captures/{locale}/home.png")};
+    slide.device = testing::showing("captures/{locale}/home.png");
     SlideElement badge;
     badge.id = "badge";
     badge.kind = SlideElement::Kind::shape;

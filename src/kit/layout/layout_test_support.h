@@ -52,6 +52,13 @@ inline Project projectWith(std::vector<Slide> slides) {
   return project;
 }
 
+/// A device slot showing one capture path for every target.
+inline DeviceSlot showing(const std::string& path) {
+  DeviceSlot slot;
+  slot.screenshot = ScreenshotRef::path(path);
+  return slot;
+}
+
 /// A screenshot target of any size, for geometry tests.
 inline StoreTarget phoneTarget(const std::string& id, int width, int height) {
   StoreTarget target = StoreTarget::iphone69();

@@ -13,6 +13,7 @@
 #include "kit/model/text_markup.h"
 #include "kit/text/text_layout.h"
 #include "kit/util/format.h"
+#include "kit/util/paths.h"
 
 #include <algorithm>
 #include <cmath>
@@ -40,11 +41,6 @@ int writtenLineCount(const std::string& text) {
 }
 
 std::string fileName(const std::string& path) { return fs::path(path).filename().string(); }
-
-bool exists(const std::string& path) {
-  std::error_code ignored;
-  return fs::exists(path, ignored);
-}
 
 }  // namespace
 
@@ -118,7 +114,7 @@ SlideLayoutEngine::SlideResult SlideLayoutEngine::layoutSlide(const Slide& slide
                                      : (slide.inverted ? theme.invertedBackground : theme.background);
   if (background.image()) {
     background = background.resolved(root);
-    if (!exists(background.image()->path))
+    if (!fileExists(background.image()->path))
       sink.error("background.missing", "Background image not found: " + fileName(background.image()->path));
   }
   result.background = background;
@@ -324,7 +320,7 @@ SlideLayoutEngine::SlideResult SlideLayoutEngine::layoutSlide(const Slide& slide
 
   // 12. Where the stack starts.
   const double stack_ = stackHeight();
-  double top;
+  double top = 0.06 * H;
   if (wide) {
     top = column.midY() - stack_ * 0.5;
   } else {

@@ -155,7 +155,7 @@ TEST(SlideLayout, TextOnlyScalesHeadlineBy145AllowsHalfTheHeightAndDropsTheDevic
   package.capture("captures/en-US/home.png", 1320, 2868);
   Slide slide = heroSlide("a", "Short");
   slide.archetype = Archetype::textOnly;
-  slide.device = DeviceSlot{ScreenshotRef::path("captures/{locale}/home.png")};
+  slide.device = testing::showing("captures/{locale}/home.png");
   Project project = projectWith({slide});
   const StoreTarget& target = StoreTarget::iphone69();
   ComposedSlide c = SlideLayoutEngine().layout(project, package.root(), project.slides[0], target, "en-US");
@@ -184,7 +184,7 @@ TEST(SlideLayout, OverrideArchetypeForOneTargetChangesOnlyThatTarget) {
   package.capture("captures/en-US/play.png", 1080, 2400);
   Slide slide = heroSlide("a", "Hello there");
   slide.device = DeviceSlot{ScreenshotRef::byTarget({{"ios", "captures/{locale}/home.png"},
-                                                     {"android", "captures/{locale}/play.png"}})};
+                                                     {"android", "captures/{locale}/play.png"}}), {}, {}, {}, {}, {}, {}, {}, {}};
   slide.overrides["play.phone"].archetype = Archetype::deviceTop;
   Project project = projectWith({slide});
   SlideLayoutEngine engine;

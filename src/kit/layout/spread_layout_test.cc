@@ -83,7 +83,7 @@ TEST(SpreadLayout, DeviceElementAtTheSeamStandsHalfOnEachSlice) {
   SlideElement phone;
   phone.id = "phone";
   phone.kind = SlideElement::Kind::device;
-  phone.device = DeviceSlot{ScreenshotRef::path("captures/{locale}/home.png")};
+  phone.device = testing::showing("captures/{locale}/home.png");
   project.spreads[0].elements = {phone};
   project.spreads[0].overrides["ios.iphone-6.9"].placements =
       std::map<std::string, Placement>{{"phone", at(1.0, 0.55, 0.7)}};

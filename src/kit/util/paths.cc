@@ -56,4 +56,14 @@ std::string errorText(int errorNumber) {
   return strerror_r(errorNumber, buffer, sizeof buffer);
 }
 
+std::string packagePath(const std::string& root, const std::string& path) {
+  if (!path.empty() && path.front() == '/') return path;
+  return (std::filesystem::path(root) / path).string();
+}
+
+bool fileExists(const std::string& path) {
+  std::error_code ignored;
+  return std::filesystem::exists(path, ignored);
+}
+
 }  // namespace vorno

@@ -19,6 +19,11 @@ std::filesystem::path userCachesFolder();
 /// "Couldn't create the folder <path>: <reason>." when that fails or a file stands in the way.
 void createFolders(const std::filesystem::path& folder);
 
+/// A path written in a package: absolute as it stands, else taken below `root`.
+std::string packagePath(const std::string& root, const std::string& path);
+/// Whether something exists at `path`; false too when it can't be told.
+bool fileExists(const std::string& path);
+
 /// strerror of an errno value as a string, safe to call from several threads.
 std::string errorText(int errorNumber);
 
