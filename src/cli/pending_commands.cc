@@ -3,7 +3,6 @@
 #include "cli/commands.h"
 #include "kit/util/vorno_error.h"
 
-
 namespace vorno::cli {
 namespace {
 
@@ -13,7 +12,6 @@ namespace {
 
 }  // namespace
 
-int runMCP(const ParsedArguments&) { notAvailable("mcp"); }
 int runSetup(const ParsedArguments&) { notAvailable("setup"); }
 int runVideo(const ParsedArguments&) { notAvailable("video"); }
 int runCapture(const ParsedArguments&) { notAvailable("capture"); }

@@ -116,6 +116,13 @@ ExportSummary Exporter::exportProject(const Project& project, const FileProjectS
                                       const std::optional<std::vector<StoreTarget>>& targets,
                                       const std::optional<std::vector<std::string>>& locales, ExportLayout layout,
                                       const std::optional<fs::path>& into) const {
+  return exportLook(project, store, targets, locales, layout, into, 0, 1);
+}
+
+ExportSummary Exporter::exportLook(const Project& project, const FileProjectStore& store,
+                                   const std::optional<std::vector<StoreTarget>>& targets,
+                                   const std::optional<std::vector<std::string>>& locales, ExportLayout layout,
+                                   const std::optional<fs::path>& into, size_t look, size_t looks) const {
   // Targets: store slots on one side, creative canvases on the other.
   std::vector<StoreTarget> slots, canvases;
   if (targets) {
@@ -168,6 +175,7 @@ ExportSummary Exporter::exportProject(const Project& project, const FileProjectS
   std::mutex lock;
   std::exception_ptr firstFailure;
   std::string failedPath;
+  size_t finished = 0;
   ThreadPool::parallelFor(jobs.size(), [&](size_t index) {
     const Job& job = jobs[index];
     const fs::path file = folder / job.path;
@@ -182,6 +190,10 @@ ExportSummary Exporter::exportProject(const Project& project, const FileProjectS
       Images::write(image, file.string(), Images::ImageType::png);
       for (auto& issue : Linter::verifyAsset(file.string(), job.target)) found.push_back(std::move(issue));
       results[index] = {true, std::move(found)};
+      if (progress_) {
+        std::lock_guard<std::mutex> guard(lock);
+        progress_({look, looks, ++finished, jobs.size(), job.path});
+      }
     } catch (...) {
       std::lock_guard<std::mutex> guard(lock);
       if (!firstFailure) {
@@ -223,10 +235,11 @@ LooksExport Exporter::exportLooks(const Project& project, const FileProjectStore
   for (const auto& variant : project.variants) looks.push_back(variant.id);
 
   std::set<std::string> baseIssues;
-  for (const auto& variant : looks) {
+  for (size_t index = 0; index < looks.size(); ++index) {
+    const std::optional<std::string>& variant = looks[index];
     Project look = project.resolved(variant);
-    ExportSummary summary =
-        exportProject(look, store, targets, locales, layout, variant ? folder(variant, store) : store.exportsDir());
+    ExportSummary summary = exportLook(look, store, targets, locales, layout,
+                                       variant ? folder(variant, store) : store.exportsDir(), index, looks.size());
     if (!variant) {
       for (const auto& issue : summary.issues) baseIssues.insert(issue.description());
     } else {

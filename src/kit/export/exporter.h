@@ -19,6 +19,7 @@
 #include "kit/render/slide_renderer.h"
 
 #include <filesystem>
+#include <functional>
 #include <optional>
 #include <string>
 #include <vector>
@@ -30,9 +31,25 @@ struct Project;
 struct Slide;
 struct StoreTarget;
 
+/// Where a running export stands, after each written file: `finished` of `files` in look
+/// `look` of `looks` (one look unless every variant is exported).
+struct ExportProgress {
+  size_t look = 0;
+  size_t looks = 1;
+  size_t finished = 0;
+  size_t files = 0;
+  std::string file;  ///< the file just written, relative to its export folder
+};
+
 class Exporter {
  public:
   explicit Exporter(SlideRenderer renderer = SlideRenderer()) : renderer_(std::move(renderer)) {}
+
+  /// Called after each file is written, from the thread that wrote it, one call at a time.
+  Exporter& reportingProgress(std::function<void(const ExportProgress&)> handler) {
+    progress_ = std::move(handler);
+    return *this;
+  }
 
   /// One export of one look (`export` is a keyword here). `targets` absent: the project's targets
   /// and every creative canvas; `locales` absent: the project's; `into` absent: the package's
@@ -69,7 +86,13 @@ class Exporter {
   static constexpr int64_t layerBudget = 268435456;
 
  private:
+  ExportSummary exportLook(const Project& project, const FileProjectStore& store,
+                           const std::optional<std::vector<StoreTarget>>& targets,
+                           const std::optional<std::vector<std::string>>& locales, ExportLayout layout,
+                           const std::optional<std::filesystem::path>& into, size_t look, size_t looks) const;
+
   SlideRenderer renderer_;
+  std::function<void(const ExportProgress&)> progress_;
 };
 
 }  // namespace vorno

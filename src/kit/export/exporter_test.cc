@@ -8,6 +8,7 @@
 #include "kit/util/vorno_error.h"
 #include "tests/temp_folder.h"
 
+#include <set>
 #include <gtest/gtest.h>
 
 #include <fstream>
@@ -296,6 +297,22 @@ TEST_F(ExporterTest, LooksExportBaseAndVariantsAndCleansUpLooksThatAreGone) {
   for (const auto& issue : result.looks[0].summary.issues) baseIssues.insert(issue.description());
   ASSERT_FALSE(baseIssues.empty());  // a one-slide set always draws advice
   for (const auto& issue : result.looks[1].summary.issues) EXPECT_EQ(baseIssues.count(issue.description()), 0u);
+}
+
+TEST_F(ExporterTest, ReportsProgressAfterEveryFileOneCallAtATime) {
+  std::vector<ExportProgress> reports;
+  exporter_.reportingProgress([&](const ExportProgress& progress) { reports.push_back(progress); });
+  auto summary = run(project({"one", "two"}));
+  ASSERT_EQ(reports.size(), summary.files.size());
+  std::set<std::string> reported;
+  for (size_t i = 0; i < reports.size(); ++i) {
+    EXPECT_EQ(reports[i].finished, i + 1);
+    EXPECT_EQ(reports[i].files, summary.files.size());
+    EXPECT_EQ(reports[i].look, 0u);
+    EXPECT_EQ(reports[i].looks, 1u);
+    reported.insert((exports() / reports[i].file).string());
+  }
+  EXPECT_EQ(reported, std::set<std::string>(summary.files.begin(), summary.files.end()));
 }
 
 }  // namespace

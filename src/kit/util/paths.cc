@@ -29,17 +29,26 @@ std::filesystem::path standardizePath(const std::filesystem::path& path) {
   return text;
 }
 
-std::filesystem::path userCachesFolder() {
-  if (const char* xdg = std::getenv("XDG_CACHE_HOME"); xdg && xdg[0] == '/') return standardizePath(xdg);
-  if (const char* home = std::getenv("HOME"); home && home[0] != '\0')
-    return standardizePath(std::filesystem::path(home) / ".cache");
+std::filesystem::path homeFolder() {
+  if (const char* home = std::getenv("HOME"); home && home[0] != '\0') return standardizePath(home);
   // A service started without HOME still has an entry in the password database.
   std::vector<char> buffer(16384);
   passwd entry{};
   passwd* found = nullptr;
   if (getpwuid_r(getuid(), &entry, buffer.data(), buffer.size(), &found) == 0 && found && found->pw_dir)
-    return standardizePath(std::filesystem::path(found->pw_dir) / ".cache");
-  return std::filesystem::temp_directory_path() / ".cache";
+    return standardizePath(found->pw_dir);
+  return std::filesystem::temp_directory_path();
+}
+
+std::filesystem::path userCachesFolder() {
+  if (const char* xdg = std::getenv("XDG_CACHE_HOME"); xdg && xdg[0] == '/') return standardizePath(xdg);
+  return homeFolder() / ".cache";
+}
+
+std::string expandingTilde(std::string_view path) {
+  if (path == "~") return homeFolder().string();
+  if (path.starts_with("~/")) return (homeFolder() / std::string(path.substr(2))).string();
+  return std::string(path);
 }
 
 void createFolders(const std::filesystem::path& folder) {

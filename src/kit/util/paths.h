@@ -3,6 +3,7 @@
 
 #include <filesystem>
 #include <string>
+#include <string_view>
 
 namespace vorno {
 
@@ -14,6 +15,11 @@ std::filesystem::path standardizePath(const std::filesystem::path& path);
 /// The user's caches folder: $XDG_CACHE_HOME when it is set and absolute, else $HOME/.cache
 /// (the password database's home folder when HOME is unset). Not created here.
 std::filesystem::path userCachesFolder();
+
+/// The user's home folder: $HOME, else the password database's entry.
+std::filesystem::path homeFolder();
+/// "~" and a leading "~/" replaced by the home folder; any other path as it stands ("~bob" too).
+std::string expandingTilde(std::string_view path);
 
 /// Creates a folder and its missing parents. Throws VornoError::io
 /// "Couldn't create the folder <path>: <reason>." when that fails or a file stands in the way.

@@ -97,5 +97,18 @@ TEST(CreateFolders, FileInTheWayIsOneIoSentence) {
 
 TEST(ErrorText, DescribesErrno) { EXPECT_EQ(errorText(ENOENT), "No such file or directory"); }
 
+TEST(ExpandingTilde, ReplacesALeadingTildeWithTheHomeFolder) {
+  ScopedEnvironment home("HOME", "/home/someone/");
+  EXPECT_EQ(expandingTilde("~/x/App.vorno"), "/home/someone/x/App.vorno");
+  EXPECT_EQ(expandingTilde("~"), "/home/someone");
+}
+
+TEST(ExpandingTilde, LeavesOtherPathsAsTheyStand) {
+  ScopedEnvironment home("HOME", "/home/someone");
+  EXPECT_EQ(expandingTilde("~bob/App.vorno"), "~bob/App.vorno");
+  EXPECT_EQ(expandingTilde("store/~/App.vorno"), "store/~/App.vorno");
+  EXPECT_EQ(expandingTilde("/abs/App.vorno"), "/abs/App.vorno");
+}
+
 }  // namespace
 }  // namespace vorno

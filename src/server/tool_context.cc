@@ -1,0 +1,19 @@
+#include "server/tool_context.h"
+
+#include "kit/devices/device_catalog.h"
+#include "kit/util/paths.h"
+
+namespace vorno {
+
+ToolContext ToolContext::current() {
+  const DeviceCatalog& catalog = DeviceCatalog::shared();
+  return ToolContext{&catalog, SlideRenderer(catalog), standardizePath(std::filesystem::current_path())};
+}
+
+std::filesystem::path ToolContext::resolve(std::string_view path) const {
+  std::string expanded = expandingTilde(path);
+  if (expanded.starts_with("/")) return standardizePath(expanded);
+  return standardizePath(workingDirectory / expanded);
+}
+
+}  // namespace vorno

@@ -1,0 +1,7 @@
+#include "server/tools.h"
+
+namespace vorno {
+
+ToolList renderTools() { return {}; }
+
+}  // namespace vorno

@@ -1,0 +1,7 @@
+#include "server/tools.h"
+
+namespace vorno {
+
+ToolList slideTools() { return {}; }
+
+}  // namespace vorno
