@@ -68,6 +68,7 @@ class ToolHarness {
     if (!arguments) throw std::invalid_argument("arguments are no JSON: " + argumentsJSON);
     return call(tool, *arguments);
   }
+  ToolResult call(const std::string& tool, const char* argumentsJSON) { return call(tool, std::string(argumentsJSON)); }
   ToolResult call(const std::string& tool, const mcp::Value& arguments) {
     mcp::Value params = mcp::Value::Object{{"name", tool}, {"arguments", arguments}};
     mcp::Value result = VornoServer::callTool(params, context_, nullptr);
