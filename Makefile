@@ -19,7 +19,12 @@ $(BUILD)/build.ninja:
 build: setup $(BUILD)/build.ninja
 	cmake --build $(BUILD) -j $(JOBS)
 
-test: build
+# The MCP client tests' packages, exactly as the lock file pins them.
+MCP_CLIENT := tests/mcp_client
+$(MCP_CLIENT)/node_modules/.package-lock.json: $(MCP_CLIENT)/package-lock.json $(MCP_CLIENT)/package.json
+	cd $(MCP_CLIENT) && npm ci --no-audit --no-fund
+
+test: build $(MCP_CLIENT)/node_modules/.package-lock.json
 	cd $(BUILD) && ctest --output-on-failure -j $(JOBS)
 
 # Rewrites tests/golden/*.png from the current renderer, after a deliberate change of the
