@@ -169,6 +169,9 @@ TEST(SlideUpsertTool, DescriptionNamesEveryFieldOfTheSlideDocument) {
                              &Shape::mark(), &Shape::effect(), &Shape::shadowStyle()})
     for (const std::string& key : shape->keys())
       EXPECT_NE(text.find("\"" + key + "\""), std::string::npos) << shape->label() << "." << key;
+  // The keys of every form of fill.
+  for (const char* key : {"linear", "angle", "radial", "center", "radius", "image", "fit", "dim", "blur"})
+    EXPECT_NE(text.find("\"" + std::string(key) + "\""), std::string::npos) << key;
   // Every value of the closed lists a slide uses.
   for (const char* value : {"hero", "device-top", "text-only", "rectangle", "rounded-rectangle", "capsule", "circle",
                             "arrow", "path", "rating", "badge", "award", "review", "stat", "checklist", "notification",
