@@ -97,7 +97,11 @@ class CreativeDeleteTool final : public Tool {
   mcp::Value inputSchema() const override {
     return Schema::object({{"project", Schema::project()}, {"id", Schema::string("Creative id.")}}, {"project", "id"});
   }
-  ToolAnnotations annotations() const override { return {.destructiveHint = true}; }
+  ToolAnnotations annotations() const override {
+    ToolAnnotations hints;
+    hints.destructiveHint = true;
+    return hints;
+  }
 
   ToolActivity activity(const Arguments& arguments) const override {
     std::optional<std::string> id = arguments.string("id");

@@ -31,7 +31,11 @@ class DevicesListTool final : public Tool {
            "Xcode) and the simulators currently booted.";
   }
   mcp::Value inputSchema() const override { return Schema::object({}); }
-  ToolAnnotations annotations() const override { return {.readOnlyHint = true}; }
+  ToolAnnotations annotations() const override {
+    ToolAnnotations hints;
+    hints.readOnlyHint = true;
+    return hints;
+  }
   ToolActivity activity(const Arguments&) const override { return activityOf("Checked devices"); }
   std::vector<Content> call(const Arguments&, const ToolContext&, ToolProgress&) const override { notAvailable(name()); }
 };

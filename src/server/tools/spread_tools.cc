@@ -157,7 +157,11 @@ class SpreadDeleteTool final : public Tool {
   mcp::Value inputSchema() const override {
     return Schema::object({{"project", Schema::project()}, {"id", Schema::string("Spread id.")}}, {"project", "id"});
   }
-  ToolAnnotations annotations() const override { return {.destructiveHint = true}; }
+  ToolAnnotations annotations() const override {
+    ToolAnnotations hints;
+    hints.destructiveHint = true;
+    return hints;
+  }
 
   ToolActivity activity(const Arguments& arguments) const override {
     return {"Deleted spread " + arguments.string("id").value_or(""), std::nullopt, std::nullopt, std::nullopt};

@@ -36,7 +36,8 @@ class VariantUpsertTool final : public Tool {
            "Then render_slide / render_overview / export with \"variant\": \"<id>\".\n"
            "The patch: JSON over the project. Objects merge, null removes, anything else replaces. \"slides\" and "
            "\"spreads\" are keyed by id (a new id adds one at the end), and so is each one's \"elements\". "
-           "\"creatives\" are keyed by id too. A plain array instead of the keyed object replaces the whole list.\n"
+           "\"creatives\" are keyed by id too. A plain array instead of the keyed object replaces the whole list; "
+           "a slide or spread without elements takes its first ones as an array.\n"
            "Example:\n"
            "{\n"
            "  \"theme\": {\"accent\": \"#FFD23F\", \"headlineWeight\": \"black\"},   // merges into the base theme\n"
@@ -109,7 +110,11 @@ class VariantDeleteTool final : public Tool {
   mcp::Value inputSchema() const override {
     return Schema::object({{"project", Schema::project()}, {"id", Schema::string("Variant id.")}}, {"project", "id"});
   }
-  ToolAnnotations annotations() const override { return {.destructiveHint = true}; }
+  ToolAnnotations annotations() const override {
+    ToolAnnotations hints;
+    hints.destructiveHint = true;
+    return hints;
+  }
   ToolActivity activity(const Arguments& arguments) const override {
     return activityOf("Deleted variant " + arguments.string("id").value_or(""));
   }
