@@ -17,7 +17,7 @@ constexpr const char* kStoreRequirements =
 
 constexpr const char* kDuo =
     "ios.iphone-duo is one App Store set for the iPhone Duo (iOS 27.1, it opens like a book). Its slides are the "
-    "same slides, laid out on its 2007×2853 canvas. To show the Duo itself, capture the app on the iPhone Duo "
+    "same slides. They are laid out on its 2007×2853 canvas; to show the Duo itself, capture the app on the iPhone Duo "
     "simulator: the inner display is 2853×2007 open like a book, or 2007×2853 turned upright, and the outer "
     "display is 1398×2034 closed. The simulator boots folded and simctl can't unfold it, so ask the user to click "
     "Unfolded in Device Hub's toolbar before capturing the inner display; capture_screenshot takes whichever "

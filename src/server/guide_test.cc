@@ -130,7 +130,7 @@ TEST(Guide, DesignGuideHasEverySectionOfItsOutline) {
 TEST(Guide, DesignGuideStatesWhatTheProgramLeansOn) {
   std::string text = *Guide::text("vorno://guide");
   for (const char* fact : {
-           "2 lines", "at most 8 words", "`**…**`", "`platforms`", "`targets`",              // the story
+           "2 lines", "at most 8 words", "`**…**`", "\"platforms\"", "\"targets\"",              // the story
            "comes from the app's brand", "only a starting point",                           // the look
            "`text`", "`image`", "`device`", "`symbol`", "`shape`", "`component`",             // toolbox
            "ready-made components before hand-built pills",                                  // components
