@@ -10,7 +10,9 @@ namespace {
 // Whole pixels: the catalogue's sizes and safe areas are integers held as doubles.
 std::string px(double value) { return formatted("%.0f", value); }
 
-std::string size(const StoreTarget& canvas) { return std::to_string(canvas.width) + "×" + std::to_string(canvas.height); }
+std::string size(const StoreTarget& canvas) {
+  return std::to_string(canvas.width) + "×" + std::to_string(canvas.height);
+}
 
 // One line a canvas, with the safe area as fractions of the canvas from the top left: the units of
 // a placement, so the agent can put an element's centre inside it without arithmetic.
@@ -26,17 +28,16 @@ std::string canvasLine(const StoreTarget& canvas) {
 }
 
 constexpr const char* kSafeAreaRules =
-    "The safe area is what every device shows: outside it, some devices crop the art or cover it with the "
-    "app's name and buttons. Fractions are of the canvas from the top left, the units of a placement (x and y are "
-    "an element's centre, width a fraction of the canvas width). Keep every word and every component inside it "
-    "(lint: creative.safe-area); a device, image or shape may run past it as atmosphere, as long as the idea still "
-    "reads when only the safe area shows. The background fills the whole canvas. Search results are shown small: "
-    "type under 110 px on ios.search-results and under 130 px on ios.universal is too small to read "
-    "(creative.text-small). Without placements the words and the device share the safe area side by side: hero "
-    "puts the words left of the device, device-top the device left of the words, text-only centres the words. "
-    "Hand placements go under overrides keyed by the canvas id, e.g. \"overrides\": {\"ios.header\": "
-    "{\"placements\": {\"headline\": {\"x\": 0.4, \"y\": 0.5, \"width\": 0.2}}}}; canvases never borrow "
-    "placements from screenshot targets.\n";
+    "The safe area is what every device shows: outside it, some devices crop the art or cover it. Fractions are "
+    "of the canvas from the top left, the units of a placement (x and y are an element's centre, width a "
+    "fraction of the canvas width). Keep every word and every component inside it (lint: creative.safe-area); a "
+    "device, image or shape may run past it as atmosphere, as long as the idea still reads when only the safe "
+    "area shows. The background fills the whole canvas. Search results are shown small: type under 110 px on "
+    "ios.search-results and under 130 px on ios.universal is too small to read (creative.text-small). Without "
+    "placements the words and the device share the safe area side by side: hero puts the words left of the "
+    "device, device-top the device left of the words, text-only centres the words. Hand placements go under "
+    "overrides keyed by the canvas id, e.g. \"overrides\": {\"ios.header\": {\"placements\": {\"headline\": "
+    "{\"x\": 0.4, \"y\": 0.5, \"width\": 0.2}}}}; canvases never borrow placements from screenshot targets.\n";
 
 constexpr const char* kCreativeJSON =
     "Creative JSON is a slide (slide_upsert lists every field) plus \"canvas\"; the headline is optional. "
@@ -53,7 +54,7 @@ constexpr const char* kStoreRules =
 
 constexpr const char* kMotion =
     "Motion (header and search results only): add \"motion\" and the art becomes a looping video; ios.universal "
-    "stays a still. Example:\n"
+    "stays a still. Example, with plan and paid the ids of two of the creative's elements:\n"
     "\"motion\": {\"fps\": 30, \"poster\": 1, \"scenes\": [{\"duration\": 4, \"show\": [\"plan\"]}, "
     "{\"duration\": 4, \"show\": [\"paid\"], \"texts\": {\"headline\": \"Paid the **same day**\"}, \"screens\": "
     "{\"device\": \"captures/{locale}/paid.png\"}}], \"transition\": {\"style\": \"rise\", \"duration\": 1}}\n"

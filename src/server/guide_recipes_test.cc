@@ -132,7 +132,8 @@ std::vector<std::string> problems(const std::vector<Issue>& issues) {
   for (const Issue& issue : issues) {
     bool storeRule = issue.code == "play.policy" || issue.code == "appstore.policy";
     bool error = issue.severity == Issue::Severity::error && issue.code != "capture.missing";
-    bool warningWhereDesigned = issue.severity == Issue::Severity::warning && issue.target == StoreTarget::iphone69().id;
+    bool warningWhereDesigned =
+        issue.severity == Issue::Severity::warning && issue.target == StoreTarget::iphone69().id;
     if (error || storeRule || warningWhereDesigned) found.push_back(issue.description());
   }
   return found;

@@ -92,7 +92,8 @@ TEST(Guide, TargetsTellHowToCaptureTheDuo) {
   std::string paragraph = text.substr(start, end - start);
   for (const char* part : {"iPhone Duo simulator", "2853×2007", "2007×2853", "1398×2034", "boots folded",
                            "simctl can't unfold it", "Unfolded in Device Hub's toolbar", "capture_screenshot",
-                           "whichever display is lit", "Without a Duo capture the slide shows the iPhone and its capture"})
+                           "whichever display is lit",
+                           "Without a Duo capture the slide shows the iPhone and its capture"})
     EXPECT_TRUE(contains(paragraph, part)) << part;
 }
 
