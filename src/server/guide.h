@@ -28,6 +28,13 @@ struct Guide {
   static std::optional<std::string> text(std::string_view uri);
   /// The generated vorno://targets text.
   static std::string targets();
+  /// An authored document: `fileName` from the first of `folders` that holds it. When none does,
+  /// a short Markdown text under `title` that names the folders and how to repair the install.
+  static std::string authored(const std::string& fileName, const std::string& title,
+                              const std::vector<std::string>& folders);
+  /// Where the authored documents are looked for: $VORNO_SHARE_DIR, the installed share folder,
+  /// then the source tree's resources (the folders of the symbol table).
+  static std::vector<std::string> folders();
 };
 
 }  // namespace vorno
