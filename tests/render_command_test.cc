@@ -4,6 +4,7 @@
 #include "tests/run_process.h"
 #include "tests/temp_folder.h"
 
+#include <cairo.h>
 #include <gtest/gtest.h>
 #include <nlohmann/json.hpp>
 
@@ -54,6 +55,24 @@ class RenderCommand : public ::testing::Test {
 
   TempFolder folder_{"vorno-render"};
 };
+
+TEST_F(RenderCommand, TextOverAPhotoIsCheckedAgainstThePhotosOwnPixels) {
+  // Black words on a black photo: read from the photo, the contrast is 1:1. A program that
+  // sampled no pixels would judge the words against a neutral grey and find them readable.
+  auto root = package(document(R"([{"id": "night", "headline": "Dark mode",
+      "background": {"image": "assets/night.png"}}])"));
+  fs::create_directories(fs::path(root) / "assets");
+  cairo_surface_t* photo = cairo_image_surface_create(CAIRO_FORMAT_RGB24, 64, 64);
+  cairo_t* cr = cairo_create(photo);
+  cairo_set_source_rgb(cr, 0, 0, 0);
+  cairo_paint(cr);
+  cairo_destroy(cr);
+  cairo_surface_write_to_png(photo, (fs::path(root) / "assets/night.png").c_str());
+  cairo_surface_destroy(photo);
+  auto result = runVorno({"render", "--project", root, "--slide", "night"});
+  ASSERT_EQ(result.status, 0) << result.err;
+  EXPECT_NE(result.out.find("contrast is 1.0:1"), std::string::npos) << result.out;
+}
 
 TEST_F(RenderCommand, ProjectWithNoSlidesIsAValidationError) {
   auto root = package(document("[]"));

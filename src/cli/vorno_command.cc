@@ -2,6 +2,7 @@
 
 #include "cli/command_spec.h"
 #include "cli/help.h"
+#include "kit/image/image_decode.h"
 #include "kit/model/vorno_info.h"
 #include "kit/util/vorno_error.h"
 
@@ -101,6 +102,8 @@ int usageFailure(const std::string& message, const CommandSpec* command) {
 }  // namespace
 
 int run(int argc, char** argv) {
+  // Checks that read an image fill's pixels (text contrast over a photo) read them from the file.
+  installImageLoaders();
   CLI::App app{rootAbstract, "vorno"};
   app.set_help_flag("-h,--help", "Show help information.");
   app.set_version_flag("--version", std::string(VornoInfo::version), "Show the version.");

@@ -1,11 +1,14 @@
 #include "server/tool_context.h"
 
 #include "kit/devices/device_catalog.h"
+#include "kit/image/image_decode.h"
 #include "kit/util/paths.h"
 
 namespace vorno {
 
 ToolContext ToolContext::current() {
+  // Checks that read an image fill's pixels (text contrast over a photo) read them from the file.
+  installImageLoaders();
   const DeviceCatalog& catalog = DeviceCatalog::shared();
   return ToolContext{&catalog, SlideRenderer(catalog), standardizePath(std::filesystem::current_path())};
 }

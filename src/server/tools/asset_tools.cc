@@ -122,7 +122,7 @@ class AssetAddTool final : public Tool {
     FileProjectStore store = context.store(arguments.requireString("project"));
     (void)store.load();  // a package must be there, or the file would land in a plain folder
     const std::string name = arguments.requireString("name");
-    static const std::regex pattern(R"(^[A-Za-z0-9._-]+\.(png|jpe?g|heic|pdf|svg|ttf|otf)$)", std::regex::icase);
+    static const std::regex pattern(R"(^[A-Za-z0-9._-]+\.(png|jpe?g|heic|pdf|svg|ttf|otf)$)");
     if (!std::regex_match(name, pattern))
       throw VornoError::invalid(
           "name must be a plain file name ending in .png, .jpg, .heic, .pdf, .svg, .ttf or .otf.");

@@ -57,7 +57,8 @@ TEST(AssetAddTool, ANameWithABlankFailsThePattern) {
 TEST(AssetAddTool, NamesWithAPathOrAnotherFormatFailThePattern) {
   ToolHarness harness;
   std::string package = harness.package();
-  for (const char* name : {"../logo.png", "logo.gif", "logo", "logo.png.txt"}) {
+  // Extensions are matched as written: "Logo.PNG" is no name the pattern takes.
+  for (const char* name : {"../logo.png", "logo.gif", "logo", "logo.png.txt", "Logo.PNG"}) {
     auto result = harness.call("asset_add", assetCall(package, std::string(R"("name": ")") + name + R"(", "svg": "x")"));
     EXPECT_EQ(result.text(0), "name must be a plain file name ending in .png, .jpg, .heic, .pdf, .svg, .ttf or .otf.")
         << name;
