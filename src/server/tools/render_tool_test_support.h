@@ -12,6 +12,7 @@
 
 #include "kit/image/image.h"
 #include "kit/image/images.h"
+#include "kit/model/codings.h"
 #include "kit/model/project.h"
 #include "kit/store/file_project_store.h"
 #include "server/tool_test_support.h"
@@ -38,6 +39,13 @@ inline void writeCapture(const std::string& package, const std::string& relative
 /// A call's arguments as JSON text: the package, then `rest` (members with a leading comma).
 inline std::string args(const std::string& package, const std::string& rest = "") {
   return "{\"project\":" + nlohmann::json(package).dump() + rest + "}";
+}
+
+/// A document record read from its JSON text, as project.json would hold it.
+template <class T>
+T decoded(const std::string& json) {
+  Json tree = Json::parse(json);
+  return Reader(tree).decode<T>();
 }
 
 /// How many files stand in the package's renders/ folder.
