@@ -30,8 +30,10 @@ Image downscale(const Image& image, int maxDimension) {
   const int longer = std::max(width, height);
   if (longer <= maxDimension) return image;
   const double factor = double(maxDimension) / longer;
-  const int targetWidth = std::max(1, static_cast<int>(width * factor));
-  const int targetHeight = std::max(1, static_cast<int>(height * factor));
+  // The longer side is the asked size exactly: 2607 × (2000 / 2607) comes out a hair under 2000
+  // in floating point and would truncate to 1999.
+  const int targetWidth = width == longer ? maxDimension : std::max(1, static_cast<int>(width * factor));
+  const int targetHeight = height == longer ? maxDimension : std::max(1, static_cast<int>(height * factor));
   if (!image.hasAlpha()) {
     ResampleGrid grid{0, 0, width, height, double(targetWidth) / width, double(targetHeight) / height, 0, 0,
                       targetWidth, targetHeight};

@@ -296,6 +296,13 @@ TEST(ImagesDownscale, LongerSideBecomesTheLimitAndTheResultIsOpaque) {
   EXPECT_EQ(thin.height(), 1);
 }
 
+TEST(ImagesDownscale, LongerSideIsTheLimitExactlyWhereTheFactorRoundsBelowIt) {
+  // 2000 / 2607 × 2607 is 1999.9999... in floating point.
+  Image tall = Images::downscale(testPicture(2400, 2607, false, false), 2000);
+  EXPECT_EQ(tall.height(), 2000);
+  EXPECT_EQ(tall.width(), 1841);
+}
+
 TEST(ImagesDownscale, SmallImageIsReturnedItself) {
   Image image = testPicture(80, 60, true, false);
   Image same = Images::downscale(image, 80);

@@ -1,0 +1,151 @@
+// A creative in motion is shown by its poster still, drawn through the still path as `vorno
+// render` does, and its answer carries the loop's timeline. Other moments and filmstrips need the
+// motion composition, which this build doesn't have yet: asking for them is refused with a
+// sentence rather than answered with a picture that would not be that moment.
+#include "server/tools/render_creative_tool.h"
+
+#include <nlohmann/json.hpp>
+
+#include <algorithm>
+
+#include "kit/image/images.h"
+#include "kit/lint/linter.h"
+#include "kit/model/store_target.h"
+#include "kit/render/creative_guides.h"
+#include "kit/render/slide_renderer.h"
+#include "kit/store/file_name.h"
+#include "kit/util/format.h"
+#include "kit/util/vorno_error.h"
+#include "server/schema.h"
+#include "server/tool_context.h"
+#include "server/tool_kit.h"
+#include "server/tools/render_tool_support.h"
+
+namespace vorno {
+
+namespace {
+
+std::vector<std::string> keysOf(const auto& map) {
+  std::vector<std::string> keys;
+  for (const auto& [key, value] : map) keys.push_back(key);
+  return keys;
+}
+
+// The loop's scenes on the clock: when each starts and ends, which elements it shows, and
+// which texts and captures it swaps in (by element id).
+nlohmann::json timeline(const Motion& motion) {
+  nlohmann::json scenes = nlohmann::json::array();
+  if (!motion.scenes) return scenes;
+  double from = 0;
+  for (const MotionScene& scene : *motion.scenes) {
+    double to = from + std::max(scene.duration, 0.0);
+    nlohmann::json entry = {{"from", from}, {"to", to}};
+    if (scene.show) entry["show"] = *scene.show;
+    if (scene.texts) entry["texts"] = keysOf(*scene.texts);
+    if (scene.screens) entry["screens"] = keysOf(*scene.screens);
+    scenes.push_back(std::move(entry));
+    from = to;
+  }
+  return scenes;
+}
+
+}  // namespace
+
+std::string RenderCreativeTool::description() const {
+  return "Render one creative and return a preview with its safe area outlined (outside it is dimmed: some devices "
+         "crop or cover that part), plus a report. The clean full-size PNG is written to renders/. Look at the "
+         "image: is the idea clear at a glance, is every word inside the safe area, does it still work if only the "
+         "safe area shows?";
+}
+
+ToolAnnotations RenderCreativeTool::annotations() const { return readOnlyAnnotations(); }
+
+mcp::Value RenderCreativeTool::inputSchema() const {
+  return Schema::object(
+      {{"project", Schema::project()},
+       {"creative", Schema::string("Creative id.")},
+       {"locale", Schema::string("Locale. Default: the project's first locale.")},
+       {"variant", Schema::variant()},
+       {"guides", Schema::boolean("Outline the safe area and dim the rest. Default true.")},
+       {"time", Schema::number("For a creative in motion: the moment to render, in seconds. Default: its poster "
+                               "frame.")},
+       {"filmstrip", Schema::boolean("For a creative in motion: frames at even times across the loop in one "
+                                     "image, to see the motion.")},
+       {"frames", Schema::integer("Frames in the filmstrip. Default 8.")},
+       {"preview_size", Schema::integer("Longest side of the returned preview in px. Default 1600.")}},
+      {"project", "creative"});
+}
+
+ToolActivity RenderCreativeTool::activity(const Arguments& arguments) const {
+  std::optional<std::string> creative = arguments.string("creative");
+  return {creative ? "Looked at " + *creative : "Looked at store art", creative, std::nullopt,
+          arguments.string("locale")};
+}
+
+std::vector<Content> RenderCreativeTool::call(const Arguments& arguments, const ToolContext& context,
+                                              ToolProgress&) const {
+  RenderLook look = loadLook(arguments, context);
+  const Project& project = look.project;
+
+  std::string id = arguments.requireString("creative");
+  const Creative* creative = project.creative(id);
+  if (!creative) {
+    std::vector<std::string> ids;
+    for (const Creative& each : project.creatives) ids.push_back(each.id());
+    throw VornoError::notFound("No creative " + id + ". Creatives: " +
+                               joinedIDs(ids, "none: add one with creative_upsert") + ".");
+  }
+  const StoreTarget* canvas = StoreTarget::canvas(creative->canvas);
+  if (!canvas) {
+    std::vector<std::string> known;
+    for (const StoreTarget& each : StoreTarget::canvases()) known.push_back(each.id);
+    throw VornoError::invalid("Creative " + id + " is on canvas " + creative->canvas +
+                              ", which Vorno doesn't know. Known: " + joinedIDs(known) + ".");
+  }
+
+  std::string locale = localeArgument(arguments, project);
+  FileName::check(id, "Creative id");
+  FileName::check(locale, "Locale");
+  FileName::check(look.variant.value_or("base"), "Variant id");
+
+  const std::optional<Motion>& motion = creative->motion;
+  std::vector<std::string> nameParts{id, canvas->id, locale};
+  if (motion) {
+    if (arguments.boolean("filmstrip").value_or(false))
+      throw VornoError::invalid("Filmstrips of creatives in motion are not available in this build yet.");
+    if (arguments.number("time"))
+      throw VornoError::invalid(
+          "Moments of creatives in motion other than the poster are not available in this build yet.");
+    nameParts.push_back(formatted("%05.2f", motion->posterTime()) + "s");
+  }
+
+  RenderOutput output =
+      context.renderer.render(project, look.store.root().string(), creative->slide, *canvas, locale, 1.0);
+  // The file stays clean: it is what goes to App Store Connect.
+  std::string file = writeRender(look.store, output.image, renderFileName(look.variant, nameParts));
+
+  Image preview = Images::downscale(output.image, previewSize(arguments, 1600));
+  if (arguments.boolean("guides") != false) preview = CreativeGuides::overlay(preview, *canvas);
+
+  // What the layout found (the safe area, type too small to read), then the linter's rules of
+  // creatives, each once.
+  std::vector<Issue> issues = output.report.issues;
+  for (const Issue& issue : issuesAbout(Linter::lint(project), id))
+    if (std::find(issues.begin(), issues.end(), issue) == issues.end()) issues.push_back(issue);
+
+  nlohmann::json out = {{"file", file},
+                        {"canvas", canvas->id},
+                        {"size", std::to_string(output.image.width()) + "×" + std::to_string(output.image.height())},
+                        {"issues", issuesJSON(issues)}};
+  if (motion) {
+    out["seconds"] = motion->resolvedDuration();
+    out["fps"] = motion->resolvedFPS();
+    out["frames"] = motion->frameCount();
+    out["poster"] = motion->posterTime();
+    out["scenes"] = timeline(*motion);
+  }
+  int side = std::max(preview.width(), preview.height());
+  return {previewImage(preview, side), Content::json(out)};
+}
+
+}  // namespace vorno
