@@ -145,11 +145,12 @@ TEST_F(StdioServer, LibrariesLoggingNeverReachesTheProtocolStream) {
   // A font family that isn't installed and a capture that isn't there make the text and image
   // libraries talk; whatever they say must go to standard error.
   MCPProcess server(folder_.path().string(), (folder_.path() / "stderr.txt").string());
-  server.sendLine(toolCall(1, "slide_upsert", "{" + projectArgument() +
-                                                  R"(, "slide": {"id": "odd", "headline": "Odd **font**",
-                                                  "textStyles": {"headline": {"fontFamily": "No Such Family"}},
-                                                  "device": {"screenshot": "captures/{locale}/missing.png"}}})"));
-  ASSERT_FALSE(isError(server.answerTo(1)));
+  const std::string slide =
+      R"({"id": "odd", "headline": "Odd **font**", "textStyles": {"headline": {"fontFamily": "No Such Family"}}, )"
+      R"("device": {"screenshot": "captures/{locale}/missing.png"}})";
+  server.sendLine(toolCall(1, "slide_upsert", "{" + projectArgument() + R"(, "slide": )" + slide + "}"));
+  mcp::Value saved = server.answerTo(1);
+  ASSERT_FALSE(isError(saved)) << saved.wire().substr(0, 300);
   server.sendLine(toolCall(2, "render_slide", "{" + projectArgument() + R"(, "slide": "odd"})"));
   mcp::Value answer = server.answerTo(2);  // readMessage throws on any line that is no JSON
   EXPECT_FALSE(isError(answer)) << answer.wire().substr(0, 300);
