@@ -27,41 +27,13 @@
 #include "kit/model/store_target.h"
 #include "kit/render/slide_renderer.h"
 #include "server/guide.h"
+#include "server/recipe_samples.h"
 #include "tests/temp_folder.h"
 
 namespace vorno {
 namespace {
 
 namespace fs = std::filesystem;
-
-struct Sample {
-  std::string section;
-  std::string text;
-};
-
-// The fenced ```json blocks, each with the heading of the section it stands in.
-std::vector<Sample> jsonSamples(const std::string& markdown) {
-  std::vector<Sample> samples;
-  std::istringstream lines(markdown);
-  std::string line, section, block;
-  bool inside = false;
-  while (std::getline(lines, line)) {
-    if (inside) {
-      if (line == "```") {
-        samples.push_back({section, block});
-        inside = false;
-      } else {
-        block += line + "\n";
-      }
-    } else if (line.rfind("## ", 0) == 0) {
-      section = line.substr(3);
-    } else if (line == "```json") {
-      inside = true;
-      block.clear();
-    }
-  }
-  return samples;
-}
 
 std::string sourceFile(const std::string& relative) { return std::string(VORNO_SOURCE_DIR) + "/" + relative; }
 
@@ -151,7 +123,7 @@ std::string joined(const std::vector<std::string>& lines) {
 }
 
 TEST(GuideRecipes, HaveASampleInEverySection) {
-  auto samples = jsonSamples(*Guide::text("vorno://recipes"));
+  auto samples = testing::jsonSamples(*Guide::text("vorno://recipes"));
   std::set<std::string> sections;
   for (const auto& sample : samples) sections.insert(sample.section);
   for (const char* section :
@@ -166,17 +138,17 @@ TEST(GuideRecipes, HaveASampleInEverySection) {
 
 TEST(GuideRecipes, SamplesShowEveryKindOfComponent) {
   std::string all;
-  for (const auto& sample : jsonSamples(*Guide::text("vorno://recipes"))) all += sample.text;
+  for (const auto& sample : testing::jsonSamples(*Guide::text("vorno://recipes"))) all += sample.text;
   for (const char* kind : {"rating", "badge", "award", "review", "stat", "checklist", "notification", "callout"})
     EXPECT_NE(all.find("\"type\": \"" + std::string(kind) + "\""), std::string::npos) << kind;
 }
 
 TEST(GuideRecipes, EverySampleDecodesChecksCleanAndRendersWithoutErrors) {
-  auto samples = jsonSamples(*Guide::text("vorno://recipes"));
+  auto samples = testing::jsonSamples(*Guide::text("vorno://recipes"));
   ASSERT_GE(samples.size(), 16u);
   // A spread's members are the recipes' own slides where they give one.
   std::map<std::string, nlohmann::json> slideSamples;
-  for (const Sample& sample : samples) {
+  for (const testing::Sample& sample : samples) {
     auto json = nlohmann::json::parse(sample.text, nullptr, false);
     if (json.is_object() && !json.contains("slides") && json.contains("id")) slideSamples[json["id"]] = json;
   }
@@ -184,7 +156,7 @@ TEST(GuideRecipes, EverySampleDecodesChecksCleanAndRendersWithoutErrors) {
   installImageLoaders();
   SlideRenderer renderer;
   int index = 0;
-  for (const Sample& sample : samples) {
+  for (const testing::Sample& sample : samples) {
     SCOPED_TRACE(sample.section + "\n" + sample.text);
     ++index;
     nlohmann::json json;
