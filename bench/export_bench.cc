@@ -10,6 +10,7 @@
 // should cost about one render-to-PNG per file, plus its read-back check. Every figure is the
 // median of its runs, after one warm-up run that fills the image and font caches.
 #include "kit/export/exporter.h"
+#include "kit/image/image_cache.h"
 #include "kit/model/project.h"
 #include "kit/store/file_project_store.h"
 #include "kit/util/thread_pool.h"
@@ -87,6 +88,8 @@ int main(int argc, char** argv) {
         cpu.push_back(cpuSeconds() - cpuStart);
       }
       fs::remove_all(into);
+      if (run == 0)
+        std::printf("after the first run the image cache holds %.1f MiB\n", ImageCache::shared().byteCount() / 1048576.0);
     }
     const double whole = median(seconds);
     std::sort(seconds.begin(), seconds.end());
