@@ -84,6 +84,10 @@ class Exporter {
 
   /// Bytes of element layers kept for one whole export.
   static constexpr int64_t layerBudget = 268435456;
+  /// What decoded images (captures) may keep resident during an export: the same 256 MiB.
+  static constexpr int64_t captureBudget = 268435456;
+  /// Resampled captures kept during an export: each serves one picture, so only the newest stays.
+  static constexpr int64_t resampleBudget = 0;
 
  private:
   ExportSummary exportLook(const Project& project, const FileProjectStore& store,

@@ -24,6 +24,7 @@
 #include <cmath>
 #include <cstring>
 #include <mutex>
+#include <set>
 #include <new>
 #include <utility>
 #include <vector>
@@ -212,36 +213,54 @@ Image resample(const Image& image, const ResampleGrid& g) {
 
 namespace {
 
-struct Entry {
-  Image source;  // keeps the key's surface alive, so its address names these pixels only
-  Image result;
-};
-
-using Key = std::pair<const void*, ResampleGrid>;
+// Keyed by the source's id, which no other pixels ever get: the source itself need not be held,
+// so a capture the image cache lets go is freed even while its resampled copies stay.
+using Key = std::pair<uint64_t, ResampleGrid>;
 
 // A capture on a phone's screen is some 10 MB; a few sizes of a few captures are what a render
-// or an export of one slide set reuses.
+// of one slide set reuses.
 constexpr int64_t cacheBytes = 64 << 20;
 
 std::mutex cacheLock;
-LRUCache<Key, Entry>& cache() {
-  static LRUCache<Key, Entry> instance(16, cacheBytes);
+std::multiset<int64_t> limits;  // of the live CacheLimit objects
+
+LRUCache<Key, Image>& cache() {
+  static LRUCache<Key, Image> instance(16, cacheBytes);
   return instance;
 }
 
+void applyLimits() { cache().setCostLimit(limits.empty() ? cacheBytes : std::min(*limits.begin(), cacheBytes)); }
+
 }  // namespace
+
+CacheLimit::CacheLimit(int64_t bytes) : bytes_(bytes) {
+  std::lock_guard<std::mutex> lock(cacheLock);
+  limits.insert(bytes_);
+  applyLimits();
+}
+
+CacheLimit::~CacheLimit() {
+  std::lock_guard<std::mutex> lock(cacheLock);
+  limits.erase(limits.find(bytes_));
+  applyLimits();
+}
+
+int64_t cachedBytes() {
+  std::lock_guard<std::mutex> lock(cacheLock);
+  return cache().totalCost();
+}
 
 Image cached(const Image& image, const ResampleGrid& grid) {
   if (!accepts(image, grid)) return Image();
-  const Key key{image.surface(), grid};
+  const Key key{image.id(), grid};
   {
     std::lock_guard<std::mutex> lock(cacheLock);
-    if (std::optional<Entry> entry = cache().value(key)) return entry->result;
+    if (std::optional<Image> found = cache().value(key)) return *found;
   }
   Image result = resample(image, grid);
   if (!result) return result;
   std::lock_guard<std::mutex> lock(cacheLock);
-  cache().setValue(Entry{image, result}, key, result.byteCount());
+  cache().setValue(result, key, result.byteCount());
   return result;
 }
 

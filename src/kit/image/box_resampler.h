@@ -7,6 +7,7 @@
 #include "kit/image/image.h"
 
 #include <compare>
+#include <cstdint>
 
 namespace vorno {
 
@@ -30,8 +31,23 @@ bool accepts(const Image& image, const ResampleGrid& grid);
 /// the grid is not accepted or memory runs out.
 Image resample(const Image& image, const ResampleGrid& grid);
 /// `resample`, remembered in a small process-wide cache (bounded in bytes) keyed by the source
-/// image and the grid. An entry holds its source, so the key's pixels can't be freed and reused.
+/// image's id and the grid. An entry doesn't hold its source.
 Image cached(const Image& image, const ResampleGrid& grid);
+/// Bytes held by that cache now.
+int64_t cachedBytes();
+
+/// While it lives, the cache of `cached` holds at most `bytes` (the smallest live limit applies).
+/// An export, whose every capture is resampled for one picture only, keeps it small.
+class CacheLimit {
+ public:
+  explicit CacheLimit(int64_t bytes);
+  ~CacheLimit();
+  CacheLimit(const CacheLimit&) = delete;
+  CacheLimit& operator=(const CacheLimit&) = delete;
+
+ private:
+  int64_t bytes_;
+};
 
 }  // namespace BoxResampler
 }  // namespace vorno

@@ -204,5 +204,30 @@ TEST(BoxResampler, CacheReturnsTheSamePixelsAndOutlivesTheCaller) {
   EXPECT_EQ(pixelAt(again, 5, 5), 0xFF00FF00u);
 }
 
+TEST(BoxResampler, CacheHoldsNoSourceAndALimitBoundsIt) {
+  Image result;
+  ResampleGrid grid;
+  {
+    Image image = filled(CAIRO_FORMAT_RGB24, 300, 300, busy);
+    grid = wholeImage(image, 0.5);
+    result = BoxResampler::cached(image, grid);
+    ASSERT_TRUE(result);
+    EXPECT_EQ(BoxResampler::cached(image, grid).surface(), result.surface());
+    EXPECT_NE(image.id(), 0u);
+    EXPECT_NE(image.id(), result.id());
+  }
+  {
+    BoxResampler::CacheLimit limit(0);  // only the newest entry stays
+    Image a = filled(CAIRO_FORMAT_RGB24, 200, 200, busy), b = filled(CAIRO_FORMAT_RGB24, 200, 200, busy);
+    Image fromA = BoxResampler::cached(a, wholeImage(a, 0.5));
+    Image fromB = BoxResampler::cached(b, wholeImage(b, 0.5));
+    EXPECT_EQ(BoxResampler::cachedBytes(), fromB.byteCount());
+    // A's copy left the cache: asked again, it is made again, with the same pixels.
+    Image again = BoxResampler::cached(a, wholeImage(a, 0.5));
+    EXPECT_NE(again.surface(), fromA.surface());
+    EXPECT_EQ(pixelAt(again, 37, 41), pixelAt(fromA, 37, 41));
+  }
+}
+
 }  // namespace
 }  // namespace vorno

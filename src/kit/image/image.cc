@@ -2,6 +2,8 @@
 
 #include <cairo.h>
 
+#include <atomic>
+
 namespace vorno {
 
 Image Image::adopt(cairo_surface_t* surface) {
@@ -15,6 +17,8 @@ Image Image::adopt(cairo_surface_t* surface) {
   // Drawing code may have written through cairo; make the pixels visible to data() readers.
   cairo_surface_flush(surface);
   image.surface_ = std::shared_ptr<cairo_surface_t>(surface, &cairo_surface_destroy);
+  static std::atomic<uint64_t> lastID{0};
+  image.id_ = lastID.fetch_add(1, std::memory_order_relaxed) + 1;
   return image;
 }
 

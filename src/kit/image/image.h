@@ -29,9 +29,13 @@ class Image {
   const uint8_t* data() const;
   /// Borrowed; valid while this Image (or a copy) lives. Draw from it, never into it.
   cairo_surface_t* surface() const { return surface_.get(); }
+  /// Names these pixels for the life of the process: copies share it, no other image ever has
+  /// it (an address can be reused once the pixels are freed, an id can't). 0 for a null Image.
+  uint64_t id() const { return id_; }
 
  private:
   std::shared_ptr<cairo_surface_t> surface_;
+  uint64_t id_ = 0;
 };
 
 }  // namespace vorno

@@ -8,7 +8,9 @@
 #include "kit/util/lru_cache.h"
 #include "kit/util/vorno_error.h"
 
+#include <algorithm>
 #include <map>
+#include <set>
 #include <mutex>
 
 namespace vorno {
@@ -22,9 +24,34 @@ struct ImageCache::State {
     double mtime = 0;
     Image image;
   };
-  std::mutex lock;
+  mutable std::mutex lock;
   LRUCache<std::string, Entry> entries{LRUCache<std::string, Entry>::unlimited, imageCacheBytes};
+  std::multiset<int64_t> limits;  // of the live Limit objects
+
+  void applyLimits() { entries.setCostLimit(limits.empty() ? imageCacheBytes : std::min(*limits.begin(), imageCacheBytes)); }
 };
+
+ImageCache::Limit::Limit(ImageCache& cache, int64_t bytes) : cache_(cache), bytes_(bytes) {
+  std::lock_guard guard(cache_.state_->lock);
+  cache_.state_->limits.insert(bytes_);
+  cache_.state_->applyLimits();
+}
+
+ImageCache::Limit::~Limit() {
+  std::lock_guard guard(cache_.state_->lock);
+  cache_.state_->limits.erase(cache_.state_->limits.find(bytes_));
+  cache_.state_->applyLimits();
+}
+
+int64_t ImageCache::byteCount() const {
+  std::lock_guard guard(state_->lock);
+  return state_->entries.totalCost();
+}
+
+int64_t ImageCache::byteLimit() const {
+  std::lock_guard guard(state_->lock);
+  return state_->entries.costLimit();
+}
 
 ImageCache& ImageCache::shared() {
   static ImageCache cache;

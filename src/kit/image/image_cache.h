@@ -26,6 +26,23 @@ class ImageCache {
   Image image(const std::string& path);
   void removeAll();
 
+  /// While it lives, the cache holds at most `bytes` (the smallest of the live limits applies):
+  /// an export bounds what its decoded captures keep resident.
+  class Limit {
+   public:
+    Limit(ImageCache& cache, int64_t bytes);
+    ~Limit();
+    Limit(const Limit&) = delete;
+    Limit& operator=(const Limit&) = delete;
+
+   private:
+    ImageCache& cache_;
+    int64_t bytes_;
+  };
+  /// Bytes of pixels held now, and the limit in force.
+  int64_t byteCount() const;
+  int64_t byteLimit() const;
+
  private:
   struct State;
   std::unique_ptr<State> state_;

@@ -7,6 +7,7 @@
 #include <gtest/gtest.h>
 
 #include <array>
+#include <atomic>
 #include <cstring>
 #include <filesystem>
 #include <fstream>
@@ -98,6 +99,59 @@ TEST(ImageCache, ManyThreadsReadOneFile) {
     });
   for (auto& thread : threads) thread.join();
   for (int width : widths) EXPECT_EQ(width, 64);
+}
+
+TEST(ImageCache, LimitKeepsTheBudgetAndReleasedImagesAreReadAgainWhole) {
+  TempFolder folder;
+  ImageCache cache;
+  // Each 64 x 64 image is 16384 bytes of pixels.
+  std::vector<std::string> paths;
+  for (int i = 0; i < 4; ++i) {
+    paths.push_back(folder.file("capture" + std::to_string(i) + ".png"));
+    writeSolidPNG(paths.back(), 64, 64, uint8_t(10 * i), 20, 30);
+  }
+  {
+    ImageCache::Limit limit(cache, 2 * 16384);
+    EXPECT_EQ(cache.byteLimit(), 2 * 16384);
+    for (const auto& path : paths) cache.image(path);
+    EXPECT_LE(cache.byteCount(), 2 * 16384);
+    // The first image left; asked again, it is decoded again with its own pixels.
+    Image again = cache.image(paths[0]);
+    EXPECT_EQ(again.width(), 64);
+    EXPECT_EQ(firstPixel(again) & 0xFFFFFF, 0x00141Eu);
+    EXPECT_LE(cache.byteCount(), 2 * 16384);
+    {
+      ImageCache::Limit tighter(cache, 16384);  // the smallest live limit applies
+      EXPECT_EQ(cache.byteLimit(), 16384);
+      EXPECT_LE(cache.byteCount(), 16384);
+    }
+    EXPECT_EQ(cache.byteLimit(), 2 * 16384);
+  }
+  EXPECT_GT(cache.byteLimit(), 2 * 16384);  // back to the cache's own limit
+}
+
+TEST(ImageCache, LimitsComingAndGoingOnManyThreadsKeepImagesWhole) {
+  TempFolder folder;
+  ImageCache cache;
+  std::vector<std::string> paths;
+  for (int i = 0; i < 6; ++i) {
+    paths.push_back(folder.file("c" + std::to_string(i) + ".png"));
+    writeSolidPNG(paths.back(), 32, 32, uint8_t(i), 0, 0);
+  }
+  std::vector<std::thread> threads;
+  std::atomic<int> wrong{0};
+  for (int t = 0; t < 6; ++t)
+    threads.emplace_back([&, t] {
+      for (int i = 0; i < 40; ++i) {
+        ImageCache::Limit limit(cache, 4096 * (1 + (t + i) % 3));
+        const int which = (t + i) % 6;
+        Image image = cache.image(paths[which]);
+        if (image.width() != 32 || (firstPixel(image) >> 16 & 0xFF) != uint32_t(which)) wrong.fetch_add(1);
+      }
+    });
+  for (auto& thread : threads) thread.join();
+  EXPECT_EQ(wrong.load(), 0);
+  EXPECT_EQ(cache.byteLimit(), 402653184);
 }
 
 TEST(ImageSizeCache, AnswersAndFollowsChanges) {

@@ -7,6 +7,7 @@
 
 #include <chrono>
 #include <thread>
+#include <vector>
 
 namespace vorno {
 namespace {
@@ -110,6 +111,59 @@ TEST(LayerCache, ByteLimitEvictsOlderLayers) {
   EXPECT_EQ(cache.count(), 1u);
   cache.layer(a, 1);
   EXPECT_EQ(flat.calls.load(), 3);
+}
+
+TEST(LayerCache, PlannedCacheKeepsALayerUntilItsLastUseThenLetsItGo) {
+  FlatLayers flat;
+  LayerCache cache(64 << 20, std::ref(flat));
+  ElementLayout shared = block("shared", {0, 0, 40, 40}), once = block("once", {0, 0, 40, 40});
+  const std::string sharedKey = LayerCache::phasedKey(shared, 1, 0, 0);
+  for (int i = 0; i < 3; ++i) cache.expect(sharedKey);
+  cache.expect(LayerCache::phasedKey(once, 1, 0, 0));
+  EXPECT_TRUE(cache.worthKeeping(sharedKey));
+  EXPECT_FALSE(cache.worthKeeping(LayerCache::phasedKey(once, 1, 0, 0)));
+  EXPECT_FALSE(cache.worthKeeping(LayerCache::phasedKey(shared, 1, 1, 0)));  // never planned
+
+  Image first = cache.layer(shared, 1, 0, 0);
+  EXPECT_EQ(cache.count(), 1u);
+  EXPECT_EQ(cache.byteCount(), first.byteCount());
+  EXPECT_EQ(cache.layer(shared, 1, 0, 0).surface(), first.surface());
+  EXPECT_TRUE(cache.worthKeeping(sharedKey));  // decided by the plan, not by what is left
+  // The third and last use gets the same pixels, and the cache holds nothing after it.
+  EXPECT_EQ(cache.layer(shared, 1, 0, 0).surface(), first.surface());
+  EXPECT_EQ(cache.count(), 0u);
+  EXPECT_EQ(cache.byteCount(), 0);
+  EXPECT_EQ(flat.calls.load(), 1);
+}
+
+TEST(LayerCache, WithoutAPlanEveryLayerIsWorthKeeping) {
+  FlatLayers flat;
+  LayerCache cache(64 << 20, std::ref(flat));
+  ElementLayout element = block("a", {0, 0, 40, 40});
+  EXPECT_TRUE(cache.worthKeeping(LayerCache::phasedKey(element, 1, 0, 0)));
+  cache.layer(element, 1, 0, 0);
+  cache.layer(element, 1, 0, 0);
+  EXPECT_EQ(cache.count(), 1u);
+  EXPECT_EQ(flat.calls.load(), 1);
+}
+
+TEST(LayerCache, PlannedUsesOnManyThreadsDrawOnceAndLeaveNothing) {
+  FlatLayers flat;
+  LayerCache cache(64 << 20, std::ref(flat));
+  ElementLayout element = block("a", {0, 0, 40, 40});
+  const int threads = 8, uses = 25;
+  for (int i = 0; i < threads * uses; ++i) cache.expect(LayerCache::phasedKey(element, 1, 2, 3));
+  std::vector<std::thread> workers;
+  std::atomic<int> nulls{0};
+  for (int t = 0; t < threads; ++t)
+    workers.emplace_back([&] {
+      for (int i = 0; i < uses; ++i)
+        if (!cache.layer(element, 1, 2, 3)) nulls.fetch_add(1);
+    });
+  for (auto& worker : workers) worker.join();
+  EXPECT_EQ(nulls.load(), 0);
+  EXPECT_EQ(flat.calls.load(), 1);
+  EXPECT_EQ(cache.count(), 0u);
 }
 
 }  // namespace

@@ -16,6 +16,7 @@
 
 #include <algorithm>
 #include <cmath>
+#include <optional>
 
 namespace vorno {
 namespace {
@@ -70,39 +71,62 @@ void place(cairo_t* cr, const ElementLayout& element, const Image& layer) {
   cairo_restore(cr);
 }
 
+// Where an unturned element's layer lands on the canvas's pixel grid: the whole pixel of its
+// top left corner and the eighth-of-a-pixel phase a cached layer is drawn at. `x0`, `y0` and
+// `scale` are the canvas's plain matrix. Nothing when the element isn't placed that way.
+struct AlignedSpot {
+  double x = 0, y = 0;       // exact top left in device pixels
+  double left = 0, top = 0;  // whole pixels, corrected for a phase that rounds up to 8
+  int phaseX = 0, phaseY = 0;
+  bool empty = false;        // nothing to show
+};
+
+std::optional<AlignedSpot> alignedSpot(const ElementLayout& element, double x0, double y0, double scale) {
+  if (element.rotation != 0) return std::nullopt;
+  AlignedSpot spot;
+  Rect rect = element.layerRect();
+  double shrink = 1 - element.drawScale;
+  Rect target = rect.insetBy(shrink * rect.width * 0.5, shrink * rect.height * 0.5);
+  if (!(target.width > 0) || !(target.height > 0)) {  // as place(): nothing to show
+    spot.empty = true;
+    return spot;
+  }
+  spot.x = x0 + scale * target.x, spot.y = y0 + scale * target.y;
+  if (!std::isfinite(spot.x) || !std::isfinite(spot.y) || std::abs(spot.x) > 1e7 || std::abs(spot.y) > 1e7)
+    return std::nullopt;
+  spot.left = std::floor(spot.x), spot.top = std::floor(spot.y);
+  // Cached layers are drawn at eighths of a pixel: at most 1/16 px from the exact place, and
+  // still copied whole, never resampled.
+  spot.phaseX = static_cast<int>(std::lround((spot.x - spot.left) * 8));
+  spot.phaseY = static_cast<int>(std::lround((spot.y - spot.top) * 8));
+  if (spot.phaseX == 8) spot.phaseX = 0, spot.left += 1;
+  if (spot.phaseY == 8) spot.phaseY = 0, spot.top += 1;
+  return spot;
+}
+
+// The key under which `drawElement` asks a cache for the element's layer.
+std::string cacheKey(const ElementLayout& element, const std::optional<AlignedSpot>& spot, double scale) {
+  if (spot) return LayerCache::phasedKey(element, scale * element.drawScale, spot->phaseX, spot->phaseY);
+  return LayerCache::key(element, scale * element.drawScale);
+}
+
 // Draws an element's layer drawn afresh on the canvas's own pixel grid and copied at a whole-pixel
 // position: exact, and a straight copy instead of a resampling of the whole layer (8 ms for a
 // phone at full size). Only for a layer at its own size, unturned, under a plain scale; false
 // (nothing drawn) otherwise.
-bool placeAligned(cairo_t* cr, const ElementLayout& element, double scale, LayerCache* cache) {
+bool placeAligned(cairo_t* cr, const ElementLayout& element, const std::optional<AlignedSpot>& spot, double scale,
+                  LayerCache* cache) {
   if (element.fade <= 0) return true;
-  if (element.rotation != 0) return false;
-  cairo_matrix_t m;
-  cairo_get_matrix(cr, &m);
-  if (m.xy != 0 || m.yx != 0 || m.xx != scale || m.yy != scale) return false;
-  Rect rect = element.layerRect();
-  double shrink = 1 - element.drawScale;
-  Rect target = rect.insetBy(shrink * rect.width * 0.5, shrink * rect.height * 0.5);
-  if (!(target.width > 0) || !(target.height > 0)) return true;  // as place(): nothing to show
-  const double x = m.x0 + m.xx * target.x, y = m.y0 + m.yy * target.y;
-  if (!std::isfinite(x) || !std::isfinite(y) || std::abs(x) > 1e7 || std::abs(y) > 1e7) return false;
-  double left = std::floor(x), top = std::floor(y);
-  Image layer;
-  if (cache) {
-    // Cached layers are drawn at eighths of a pixel: at most 1/16 px from the exact place, and
-    // still copied whole, never resampled.
-    int phaseX = static_cast<int>(std::lround((x - left) * 8)), phaseY = static_cast<int>(std::lround((y - top) * 8));
-    if (phaseX == 8) phaseX = 0, left += 1;
-    if (phaseY == 8) phaseY = 0, top += 1;
-    layer = cache->layer(element, scale * element.drawScale, phaseX, phaseY);
-  } else {
-    layer = LayerRenderer::render(element, scale * element.drawScale, x - left, y - top);
-  }
+  if (!spot) return false;
+  if (spot->empty) return true;
+  Image layer = cache ? cache->layer(element, scale * element.drawScale, spot->phaseX, spot->phaseY)
+                      : LayerRenderer::render(element, scale * element.drawScale, spot->x - spot->left,
+                                              spot->y - spot->top);
   if (!layer) return true;
   cairo_save(cr);
   if (element.blend) setBlendMode(cr, *element.blend);
   cairo_identity_matrix(cr);
-  cairo_set_source_surface(cr, layer.surface(), left, top);
+  cairo_set_source_surface(cr, layer.surface(), spot->left, spot->top);
   cairo_pattern_set_filter(cairo_get_source(cr), CAIRO_FILTER_NEAREST);
   if (element.fade < 1) {
     cairo_paint_with_alpha(cr, element.fade);
@@ -113,15 +137,26 @@ bool placeAligned(cairo_t* cr, const ElementLayout& element, double scale, Layer
   return true;
 }
 
+// The aligned spot under the context's matrix, when that is a plain scale by `scale`.
+std::optional<AlignedSpot> alignedSpot(cairo_t* cr, const ElementLayout& element, double scale) {
+  cairo_matrix_t m;
+  cairo_get_matrix(cr, &m);
+  if (m.xy != 0 || m.yx != 0 || m.xx != scale || m.yy != scale) return std::nullopt;
+  return alignedSpot(element, m.x0, m.y0, scale);
+}
+
 // The element where it stands. Without a cache: straight into the picture when a layer would add
 // nothing (a layer the size of a phone costs 15 MB to clear, fill and copy), else a layer made on
 // the pixel grid. With one: a cached layer drawn at the element's phase on the pixel grid when it
-// is unturned, else the cached layer resampled into place (it serves any position).
+// is unturned, else the cached layer resampled into place (it serves any position). A planned
+// cache that expects no second use of the layer is no help: the element is drawn as without one.
 void drawElement(cairo_t* cr, const ElementLayout& element, double scale, LayerCache* cache) {
+  const std::optional<AlignedSpot> spot = alignedSpot(cr, element, scale);
+  if (cache && !cache->worthKeeping(cacheKey(element, spot, scale))) cache = nullptr;
   if (!cache && element.rotation == 0 && element.drawScale == 1 && !element.blend && element.fade >= 1 &&
       LayerRenderer::drawInPlace(element, cr))
     return;
-  if (placeAligned(cr, element, scale, cache)) return;
+  if (placeAligned(cr, element, spot, scale, cache)) return;
   place(cr, element, layerImage(element, scale, cache));
 }
 
@@ -183,6 +218,21 @@ Image SlideRenderer::compositeBoard(const ComposedSlide& composed, double scale)
   LayerRenderer::paintBoard(composed, cr);
   for (const auto& element : composed.elements) drawElement(cr, element, scale, nullptr);
   return finished(canvas);
+}
+
+std::vector<std::string> SlideRenderer::layerKeys(const ComposedSlide& composed, int slice, double scale) {
+  scale = clampedScale(scale);
+  const double W = composed.target.width;
+  // The matrix `composite` sets: scaled, then moved to the slice (as cairo composes them).
+  const double x0 = -slice * W * scale, y0 = 0;
+  std::vector<std::string> keys;
+  for (const auto& element : composed.elements) {
+    if (!reachesSlice(element, slice, composed.target) || element.fade <= 0) continue;
+    const std::optional<AlignedSpot> spot = alignedSpot(element, x0, y0, scale);
+    if (spot && spot->empty) continue;
+    keys.push_back(cacheKey(element, spot, scale));
+  }
+  return keys;
 }
 
 std::vector<ExportedLayer> SlideRenderer::layers(const ComposedSlide& composed, int slice, double scale) {

@@ -49,6 +49,9 @@ class SlideRenderer {
   static Image composite(const ComposedSlide& composed, double scale, LayerCache* layers = nullptr);
   /// One slice of the board: background and every element that reaches into it.
   static Image composite(const ComposedSlide& composed, int slice, double scale, LayerCache* layers = nullptr);
+  /// The keys `composite` asks `layers` for, one per element use: what an export plans its
+  /// LayerCache with.
+  static std::vector<std::string> layerKeys(const ComposedSlide& composed, int slice, double scale);
   /// The whole board (every slice of a spread) as one picture.
   static Image compositeBoard(const ComposedSlide& composed, double scale);
   /// The background, then each element that reaches the slice, each as a full slice.

@@ -67,6 +67,14 @@ class LRUCache {
     totalCost_ = 0;
   }
 
+  /// A new cost limit (negative counts as 0); older entries leave at once if it is exceeded.
+  void setCostLimit(int64_t costLimit) {
+    costLimit_ = std::max<int64_t>(costLimit, 0);
+    evict();
+    compactIfNeeded();
+  }
+  int64_t costLimit() const { return costLimit_; }
+
   size_t count() const { return items_.size(); }
   int64_t totalCost() const { return totalCost_; }
   /// Queue entries from `head` on, stale ones included: what compaction keeps bounded.
