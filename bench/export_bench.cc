@@ -10,7 +10,11 @@
 // should cost about one render-to-PNG per file, plus its read-back check. Every figure is the
 // median of its runs, after one warm-up run that fills the image and font caches.
 #include "kit/export/exporter.h"
+#include "kit/render/slide_renderer.h"
+#include "kit/image/box_resampler.h"
 #include "kit/image/image_cache.h"
+#include "kit/image/images.h"
+#include "kit/model/store_target.h"
 #include "kit/model/project.h"
 #include "kit/store/file_project_store.h"
 #include "kit/util/thread_pool.h"
@@ -45,6 +49,18 @@ double cpuSeconds() {
   return static_cast<double>(now.tv_sec) + now.tv_nsec * 1e-9;
 }
 
+/// Resident memory now, from /proc.
+double residentMiB() {
+  std::FILE* status = std::fopen("/proc/self/status", "r");
+  if (!status) return 0;
+  char line[256];
+  double kib = 0;
+  while (std::fgets(line, sizeof line, status))
+    if (std::sscanf(line, "VmRSS: %lf kB", &kib) == 1) break;
+  std::fclose(status);
+  return kib / 1024.0;
+}
+
 double peakMiB() {
   rusage usage{};
   ::getrusage(RUSAGE_SELF, &usage);
@@ -53,12 +69,57 @@ double peakMiB() {
 
 }  // namespace
 
+/// The same pictures the export writes, drawn one at a time through the path `vorno render` takes
+/// (lay out, draw, write the PNG), in the export's drawing order and under its cache limits: what
+/// the files cost without the export around them.
+void plainRenders(const Project& project, const FileProjectStore& store, const fs::path& scratch, int runs) {
+  ImageCache::Limit captureLimit(ImageCache::shared(), Exporter::captureBudget);
+  BoxResampler::CacheLimit resampleLimit(Exporter::resampleBudget);
+  struct Picture {
+    const Slide* slide;
+    StoreTarget target;
+    std::string locale;
+  };
+  std::vector<Picture> pictures;
+  for (const auto& locale : project.locales)
+    for (const auto& slide : project.slides)
+      for (const auto& id : project.targets)
+        if (const StoreTarget* target = StoreTarget::named(id)) pictures.push_back({&slide, *target, locale});
+  for (const auto& creative : project.creatives)
+    for (const auto& locale : project.locales)
+      if (const StoreTarget* canvas = StoreTarget::canvas(creative.canvas)) pictures.push_back({&creative.slide, *canvas, locale});
+  SlideRenderer renderer;
+  const fs::path folder = scratch / "plain";
+  fs::create_directories(folder);
+  std::vector<double> seconds, cpu;
+  for (int run = 0; run <= runs; ++run) {
+    const auto start = std::chrono::steady_clock::now();
+    const double cpuStart = cpuSeconds();
+    size_t count = 0;
+    for (const Picture& picture : pictures) {
+      RenderOutput out = renderer.render(project, store.root().string(), *picture.slide, picture.target, picture.locale, 1.0);
+      Images::write(out.image, (folder / (std::to_string(count++) + ".png")).string(), Images::ImageType::png);
+    }
+    const std::chrono::duration<double> took = std::chrono::steady_clock::now() - start;
+    if (run > 0) {
+      seconds.push_back(took.count());
+      cpu.push_back(cpuSeconds() - cpuStart);
+    }
+  }
+  const double files = static_cast<double>(pictures.size());
+  std::printf("the same %zu pictures rendered one at a time (`vorno render`'s path): median %.2f s over %d runs, %.1f ms "
+              "per file, CPU %.1f ms per file, peak memory %.0f MiB\n",
+              pictures.size(), median(seconds), runs, 1000 * median(seconds) / files, 1000 * median(cpu) / files,
+              peakMiB());
+}
+
 int main(int argc, char** argv) {
   if (argc < 2) {
-    std::fprintf(stderr, "usage: export_bench <threads> [runs]\n");
+    std::fprintf(stderr, "usage: export_bench <threads> [runs]\n       export_bench plain [runs]\n");
     return 64;
   }
-  const size_t threads = static_cast<size_t>(std::max(1, std::atoi(argv[1])));
+  const bool plain = std::string(argv[1]) == "plain";
+  const size_t threads = plain ? 1 : static_cast<size_t>(std::max(1, std::atoi(argv[1])));
   const int runs = argc > 2 ? std::max(1, std::atoi(argv[2])) : 5;
   ThreadPool::setConcurrency(threads);
 
@@ -73,6 +134,14 @@ int main(int argc, char** argv) {
   try {
     FileProjectStore store(root);
     const Project project = store.load();
+    if (plain) {
+      plainRenders(project, store, scratch, runs);
+      fs::remove_all(scratch);
+      return 0;
+    }
+    // What the process holds before any picture: libraries, fonts and one layout's caches.
+    SlideRenderer().engine().layout(project, root.string(), project.slides.front(), StoreTarget::iphone69(), "en-US");
+    std::printf("resident before the export: %.0f MiB (libraries, fonts, a layout)\n", residentMiB());
     Exporter exporter;
     size_t files = 0;
     std::vector<double> seconds, cpu;

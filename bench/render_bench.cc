@@ -1,13 +1,15 @@
 // Render benchmarks: a typical slide at 1320 x 2868 (gradient background, eyebrow, a two-line
 // headline with an emphasised word, a subhead, a device with a capture and its shadow, a blurred
 // shape and a rating), (a) to pixels and (b) to a PNG file; (c) the whole `vorno render` process
-// for that slide; (d) a ten-slide contact sheet with the pool at a given size, with peak memory.
+// for that slide; (d) a ten-slide contact sheet with the pool at a given size, with peak memory;
+// (e) ten such slides exported, per file, to compare with (b).
 //
-//   taskset -c 0 build/render_bench slide            # (a) and (b), one core
+//   taskset -c 0 build/render_bench slide            # (a), (b) and (e), one core
 //   taskset -c 0 build/render_bench process          # (c)
 //   build/render_bench sheet 1; build/render_bench sheet 2   # (d), one process each for memory
 //
 // Every figure is the median of its runs, after one warm-up run that fills the caches.
+#include "kit/export/exporter.h"
 #include "kit/image/images.h"
 #include "kit/model/project.h"
 #include "kit/model/store_target.h"
@@ -85,8 +87,8 @@ std::string slideJSON(int index) {
       "stars": {"x": 0.5, "y": 0.93, "width": 0.6}}}}})";
 }
 
-fs::path makePackage(int slides) {
-  fs::path root = fs::temp_directory_path() / ("vorno-render-bench-" + std::to_string(::getpid())) / "Bench.vorno";
+fs::path makePackage(int slides, const std::string& name = "Bench.vorno") {
+  fs::path root = fs::temp_directory_path() / ("vorno-render-bench-" + std::to_string(::getpid())) / name;
   fs::create_directories(root / "captures" / "en-US");
   writeCapture(root / "captures" / "en-US" / "home.png");
   std::string list;
@@ -158,6 +160,21 @@ int main(int argc, char** argv) {
                 runs);
     std::printf("(b) slide to a PNG file: median %.1f ms (CPU %.1f ms) over %d runs (%.0f KiB)\n", png, pngCPU, runs,
                 fs::file_size(file) / 1024.0);
+    // (e) The same kind of slide through the export: ten of them (each its own headline) on this
+    // target and locale, on one thread, into a fresh folder each time.
+    ThreadPool::setConcurrency(1);
+    fs::path set = makePackage(10, "Set.vorno");
+    FileProjectStore store(set);
+    Project ten = store.load();
+    Exporter exporter;
+    int run = 0;
+    double exported = timeMedian(runs, [&] {
+      exporter.exportProject(ten, store, std::vector<StoreTarget>{target}, std::vector<std::string>{"en-US"},
+                             ExportLayout::vorno, set / ("exports-" + std::to_string(run++)));
+    });
+    std::printf("(e) the same kind of slide exported, ten per export on one thread: median %.1f ms per file (CPU %.1f "
+                "ms), %.2f times (b)\n",
+                exported / 10, lastCPU / 10, exported / 10 / png);
   } else if (mode == "process") {
     double process = timeMedian(runs, [&] {
       auto result = testing::runVorno({"render", "--project", root.string()});

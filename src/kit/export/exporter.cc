@@ -26,14 +26,10 @@
 #include "kit/util/vorno_error.h"
 
 #include <algorithm>
-#include <atomic>
-#include <condition_variable>
 #include <exception>
-#include <functional>
-#include <map>
-#include <memory>
 #include <mutex>
 #include <set>
+#include <tuple>
 
 namespace vorno {
 
@@ -54,57 +50,6 @@ struct Job {
 struct JobResult {
   bool written = false;
   std::vector<Issue> issues;
-};
-
-// The jobs of one target and locale, laid out together before any is drawn, and the layer cache
-// planned from their layouts. Shared by the jobs of the board on every thread.
-class Board {
- public:
-  std::vector<size_t> jobs;  // job indices, in job order
-
-  // Lays out every job of the board, each by whichever caller takes it first, and returns once
-  // all are laid out. `layOutJob` never throws.
-  void layOut(const std::function<void(size_t)>& layOutJob) {
-    for (size_t next; (next = nextLayout_.fetch_add(1)) < jobs.size();) {
-      layOutJob(jobs[next]);
-      {
-        std::lock_guard guard(lock_);
-        ++laidOut_;
-      }
-      allLaidOut_.notify_all();
-    }
-    std::unique_lock guard(lock_);
-    allLaidOut_.wait(guard, [&] { return laidOut_ == jobs.size(); });
-  }
-
-  // Makes the board's cache once (a failure lets the next caller try again).
-  void plan(const std::function<std::shared_ptr<LayerCache>()>& make) {
-    std::call_once(planned_, [&] {
-      std::shared_ptr<LayerCache> made = make();
-      std::lock_guard guard(lock_);
-      cache_ = std::move(made);
-    });
-  }
-
-  std::shared_ptr<LayerCache> cache() {
-    std::lock_guard guard(lock_);
-    return cache_;
-  }
-
-  // After the board's last job its cache goes, with whatever it still holds.
-  void finishJob() {
-    std::lock_guard guard(lock_);
-    if (++finished_ == jobs.size()) cache_.reset();
-  }
-
- private:
-  std::atomic<size_t> nextLayout_{0};
-  std::mutex lock_;
-  std::condition_variable allLaidOut_;
-  size_t laidOut_ = 0;
-  size_t finished_ = 0;
-  std::once_flag planned_;
-  std::shared_ptr<LayerCache> cache_;
 };
 
 std::string platformFolder(const StoreTarget& target) { return std::string(rawValue(target.platform)); }
@@ -226,40 +171,50 @@ ExportSummary Exporter::exportLook(const Project& project, const FileProjectStor
                       moves ? creative : nullptr});
   }
 
-  // Memory: decoded captures stay within the export's budget (a capture serves its locale's
-  // targets, which run one after another, so each is decoded about once); resampled captures
-  // each serve one picture, so that cache keeps only the last few.
+  // Memory: decoded captures stay within the export's budget (the drawing order below lets each
+  // serve all its pictures soon after it is decoded); resampled captures each serve one picture,
+  // so that cache keeps none.
   ImageCache::Limit captureLimit(ImageCache::shared(), captureBudget);
   BoxResampler::CacheLimit resampleLimit(resampleBudget);
 
   std::vector<Issue> issues = Linter::lint(project);
   const std::string root = store.root().string();
 
-  // Jobs run board by board: the slides of one target and locale, whose captures and shared
-  // layers are the same. A board is laid out whole before any of its pictures is drawn, so its
-  // layer cache knows which layers are used more than once (a device across a spread): those
-  // are drawn once, kept until their last use and then let go; the others are drawn straight
-  // into their picture. Which way an element is drawn depends on its board alone, never on timing.
+  // Every job is laid out first (a layout holds no pixels: captures are sized from their
+  // headers), so that the one layer cache of the export knows every use of every layer before
+  // anything is drawn: a layer used more than once (a device across a spread) is drawn once and
+  // let go after its last use; the others are drawn straight into their picture. Which way an
+  // element is drawn depends on the whole job list alone, never on timing.
+  std::vector<ComposedSlide> composed(jobs.size());
+  std::vector<std::exception_ptr> failures(jobs.size());
+  ThreadPool::parallelFor(jobs.size(), [&](size_t index) {
+    const Job& job = jobs[index];
+    try {
+      // A creative in motion is exported as its poster, the still of its slide, until its video
+      // is written beside it.
+      composed[index] = renderer_.engine().layout(project, root, *job.slide, job.target, job.locale);
+    } catch (...) {
+      failures[index] = std::current_exception();
+    }
+  });
+  LayerCache layers(layerBudget);
+  for (size_t index = 0; index < jobs.size(); ++index)
+    if (!failures[index])
+      for (const auto& key : SlideRenderer::layerKeys(composed[index], composed[index].focusIndex(), 1.0))
+        layers.expect(key);
+
+  // Pictures are drawn locale by locale and slide by slide, each slide on all its targets in a
+  // row, so a capture is decoded once and serves every picture that shows it while it is still
+  // in the cache; creatives come last.
   std::vector<size_t> order(jobs.size());
   for (size_t i = 0; i < order.size(); ++i) order[i] = i;
-  std::map<std::pair<std::string, std::string>, size_t> boardOf;
-  std::vector<std::unique_ptr<Board>> boards;
-  std::vector<size_t> jobBoard(jobs.size());
-  std::vector<size_t> localeRank(jobs.size());
-  for (size_t i = 0; i < jobs.size(); ++i) {
-    auto [found, added] = boardOf.try_emplace({jobs[i].target.id, jobs[i].locale}, boards.size());
-    if (added) boards.push_back(std::make_unique<Board>());
-    jobBoard[i] = found->second;
-    boards[found->second]->jobs.push_back(i);
-    localeRank[i] = static_cast<size_t>(std::find(runLocales.begin(), runLocales.end(), jobs[i].locale) - runLocales.begin());
-  }
-  // Locale first, then target, keeping slides before creatives: a locale's captures serve all
-  // its targets while they are still decoded.
-  std::stable_sort(order.begin(), order.end(), [&](size_t a, size_t b) {
-    return std::pair(a >= slideJobs, localeRank[a]) < std::pair(b >= slideJobs, localeRank[b]);
-  });
-  std::vector<ComposedSlide> composed(jobs.size());
-  std::vector<std::exception_ptr> layoutFailures(jobs.size());
+  auto rank = [&](size_t index) {
+    const Job& job = jobs[index];
+    const size_t locale =
+        static_cast<size_t>(std::find(runLocales.begin(), runLocales.end(), job.locale) - runLocales.begin());
+    return std::tuple(index >= slideJobs, locale, job.slide);
+  };
+  std::stable_sort(order.begin(), order.end(), [&](size_t a, size_t b) { return rank(a) < rank(b); });
 
   std::vector<JobResult> results(jobs.size());
   std::mutex lock;
@@ -269,33 +224,13 @@ ExportSummary Exporter::exportLook(const Project& project, const FileProjectStor
   ThreadPool::parallelFor(jobs.size(), [&](size_t step) {
     const size_t index = order[step];
     const Job& job = jobs[index];
-    Board& board = *boards[jobBoard[index]];
     const fs::path file = folder / job.path;
     try {
-      // Every job of the board helps lay it out, then the board's cache is planned once.
-      board.layOut([&](size_t member) {
-        const Job& other = jobs[member];
-        try {
-          // A creative in motion is exported as its poster, the still of its slide, until its
-          // video is written beside it.
-          composed[member] = renderer_.engine().layout(project, root, *other.slide, other.target, other.locale);
-        } catch (...) {
-          layoutFailures[member] = std::current_exception();
-        }
-      });
-      board.plan([&] {
-        auto cache = std::make_shared<LayerCache>(layerBudget);
-        for (size_t member : board.jobs)
-          if (!layoutFailures[member])
-            for (const auto& key : SlideRenderer::layerKeys(composed[member], composed[member].focusIndex(), 1.0))
-              cache->expect(key);
-        return cache;
-      });
-      if (layoutFailures[index]) std::rethrow_exception(layoutFailures[index]);
+      if (failures[index]) std::rethrow_exception(failures[index]);
       createFolders(file.parent_path());
       removeStaleTemporaries(file);
       const ComposedSlide laid = std::move(composed[index]);
-      Image image = SlideRenderer::composite(laid, laid.focusIndex(), 1.0, board.cache().get());
+      Image image = SlideRenderer::composite(laid, laid.focusIndex(), 1.0, &layers);
       std::vector<Issue> found = SlideRenderer::report(laid, image).issues;
       Images::write(image, file.string(), Images::ImageType::png);
       image = Image();  // the pixels go before the read-back
@@ -312,7 +247,6 @@ ExportSummary Exporter::exportLook(const Project& project, const FileProjectStor
         failedPath = file.string();
       }
     }
-    board.finishJob();
   });
   // Nothing of the old export has been touched yet: the manifest still lists every old file.
   if (firstFailure) rethrow(firstFailure, failedPath);

@@ -84,8 +84,9 @@ class Exporter {
 
   /// Bytes of element layers kept for one whole export.
   static constexpr int64_t layerBudget = 268435456;
-  /// What decoded images (captures) may keep resident during an export: the same 256 MiB.
-  static constexpr int64_t captureBudget = 268435456;
+  /// What decoded images (captures) may keep resident during an export: a few captures, since
+  /// the drawing order uses each one soon after it is decoded.
+  static constexpr int64_t captureBudget = 67108864;
   /// Resampled captures kept during an export: each serves one picture, so only the newest stays.
   static constexpr int64_t resampleBudget = 0;
 

@@ -105,17 +105,11 @@ std::optional<SlideLayoutEngine::ResolvedDevice> SlideLayoutEngine::resolveDevic
       }
     }
   }
-  // 5. A capture that can't be read is treated as none, without a word: the file is there.
-  if (resolved.captureURL) {
-    try {
-      resolved.capture = ImageCache::shared().image(*resolved.captureURL);
-    } catch (const VornoError&) {
-      resolved.capture = Image();
-    }
-  }
-  std::optional<Size> captureSize;
-  if (resolved.capture)
-    captureSize = Size{static_cast<double>(resolved.capture.width()), static_cast<double>(resolved.capture.height())};
+  // 5. A capture that can't be read is treated as none, without a word: the file is there. Its
+  // size is all layout needs, read from the file's header: the pixels are decoded only when the
+  // device is drawn, so laying out a whole export holds no captures in memory.
+  if (resolved.captureURL) resolved.captureSize = ImageSizeCache::shared().size(*resolved.captureURL);
+  const std::optional<Size>& captureSize = resolved.captureSize;
 
   // 6, 7. A custom frame image, or a frame from the catalogue.
   std::optional<DeviceFrame> frame;
@@ -230,8 +224,8 @@ ElementLayout SlideLayoutEngine::deviceElement(const std::string& id, const std:
   e.placement = {body.midX() / W, body.midY() / H, body.width / W, std::nullopt, std::nullopt,
                  rotation != 0 ? std::optional<double>(rotation) : std::nullopt};
 
-  if (resolved.capture) {
-    const double cw = resolved.capture.width(), ch = resolved.capture.height();
+  if (resolved.captureSize) {
+    const double cw = resolved.captureSize->width, ch = resolved.captureSize->height;
     const double screenWidth = frame.screenWidth;
     if (!slot.crop) {
       const double capAspect = cw / ch;

@@ -51,7 +51,7 @@ class SlideLayoutEngine {
     DeviceFrame frame;
     std::optional<std::string> finish;
     std::optional<std::string> captureURL;
-    Image capture;  ///< null when there is none
+    std::optional<Size> captureSize;  ///< none when there is no readable capture
   };
 
   /// Lays a slide, or the spread it belongs to, on a target for a locale.
