@@ -37,6 +37,11 @@ struct ToolAnnotations {
   std::optional<bool> idempotentHint;
   std::optional<bool> openWorldHint;
 
+  /// A tool that changes nothing: it reads or renders.
+  static ToolAnnotations readOnly() { return {true, std::nullopt, std::nullopt, std::nullopt}; }
+  /// A tool that removes something.
+  static ToolAnnotations destructive() { return {std::nullopt, true, std::nullopt, std::nullopt}; }
+
   bool empty() const { return !readOnlyHint && !destructiveHint && !idempotentHint && !openWorldHint; }
   mcp::Value toValue() const;
 };

@@ -31,11 +31,7 @@ class LintTool final : public Tool {
            "translations.";
   }
   mcp::Value inputSchema() const override { return Schema::object({{"project", Schema::project()}}, {"project"}); }
-  ToolAnnotations annotations() const override {
-    ToolAnnotations hints;
-    hints.readOnlyHint = true;
-    return hints;
-  }
+  ToolAnnotations annotations() const override { return ToolAnnotations::readOnly(); }
   ToolActivity activity(const Arguments&) const override { return {"Checked store rules", {}, {}, {}}; }
 
   std::vector<Content> call(const Arguments& arguments, const ToolContext& context, ToolProgress&) const override {

@@ -31,11 +31,7 @@ class DevicesListTool final : public Tool {
            "Xcode) and the simulators currently booted.";
   }
   mcp::Value inputSchema() const override { return Schema::object({}); }
-  ToolAnnotations annotations() const override {
-    ToolAnnotations hints;
-    hints.readOnlyHint = true;
-    return hints;
-  }
+  ToolAnnotations annotations() const override { return ToolAnnotations::readOnly(); }
   ToolActivity activity(const Arguments&) const override { return activityOf("Checked devices"); }
   std::vector<Content> call(const Arguments&, const ToolContext&, ToolProgress&) const override { notAvailable(name()); }
 };

@@ -188,11 +188,7 @@ class ProjectGetTool final : public Tool {
     return "Read project.json plus the list of captures on disk. Call this before editing.";
   }
   mcp::Value inputSchema() const override { return Schema::object({{"project", Schema::project()}}, {"project"}); }
-  ToolAnnotations annotations() const override {
-    ToolAnnotations hints;
-    hints.readOnlyHint = true;
-    return hints;
-  }
+  ToolAnnotations annotations() const override { return ToolAnnotations::readOnly(); }
   ToolActivity activity(const Arguments&) const override { return {"Read the project", {}, {}, {}}; }
 
   std::vector<Content> call(const Arguments& arguments, const ToolContext& context, ToolProgress&) const override {

@@ -58,7 +58,7 @@ std::string RenderCreativeTool::description() const {
          "safe area shows?";
 }
 
-ToolAnnotations RenderCreativeTool::annotations() const { return readOnlyAnnotations(); }
+ToolAnnotations RenderCreativeTool::annotations() const { return ToolAnnotations::readOnly(); }
 
 mcp::Value RenderCreativeTool::inputSchema() const {
   return Schema::object(

@@ -45,7 +45,7 @@ std::string RenderOverviewTool::description() const {
          "list, rewrite them before polishing the design.";
 }
 
-ToolAnnotations RenderOverviewTool::annotations() const { return readOnlyAnnotations(); }
+ToolAnnotations RenderOverviewTool::annotations() const { return ToolAnnotations::readOnly(); }
 
 mcp::Value RenderOverviewTool::inputSchema() const {
   return Schema::object(

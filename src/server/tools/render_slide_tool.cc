@@ -18,7 +18,7 @@ std::string RenderSlideTool::description() const {
          "The full-resolution PNG is written to renders/. Look at the image before moving on.";
 }
 
-ToolAnnotations RenderSlideTool::annotations() const { return readOnlyAnnotations(); }
+ToolAnnotations RenderSlideTool::annotations() const { return ToolAnnotations::readOnly(); }
 
 mcp::Value RenderSlideTool::inputSchema() const {
   return Schema::object({{"project", Schema::project()},

@@ -29,7 +29,7 @@ std::string RenderSpreadTool::description() const {
          "across screenshots. Each slide still exports as its own slice.";
 }
 
-ToolAnnotations RenderSpreadTool::annotations() const { return readOnlyAnnotations(); }
+ToolAnnotations RenderSpreadTool::annotations() const { return ToolAnnotations::readOnly(); }
 
 mcp::Value RenderSpreadTool::inputSchema() const {
   return Schema::object({{"project", Schema::project()},

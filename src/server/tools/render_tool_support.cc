@@ -10,12 +10,6 @@
 
 namespace vorno {
 
-ToolAnnotations readOnlyAnnotations() {
-  ToolAnnotations hints;
-  hints.readOnlyHint = true;
-  return hints;
-}
-
 RenderLook loadLook(const Arguments& arguments, const ToolContext& context) {
   FileProjectStore store = context.store(arguments.requireString("project"));
   std::optional<std::string> variant = arguments.string("variant");

@@ -16,9 +16,6 @@ class Arguments;
 class Image;
 struct ToolContext;
 
-/// Renders change nothing in the document: every render tool is marked read-only.
-ToolAnnotations readOnlyAnnotations();
-
 /// One loaded package as the look a call asked for.
 struct RenderLook {
   FileProjectStore store;

@@ -88,11 +88,7 @@ class SlideDeleteTool final : public Tool {
   mcp::Value inputSchema() const override {
     return Schema::object({{"project", Schema::project()}, {"id", Schema::string("Slide id.")}}, {"project", "id"});
   }
-  ToolAnnotations annotations() const override {
-    ToolAnnotations hints;
-    hints.destructiveHint = true;
-    return hints;
-  }
+  ToolAnnotations annotations() const override { return ToolAnnotations::destructive(); }
   ToolActivity activity(const Arguments& arguments) const override {
     std::optional<std::string> id = arguments.string("id");
     return {id ? "Deleted slide " + *id : "Deleted a slide", id, {}, {}};

@@ -157,11 +157,7 @@ class SpreadDeleteTool final : public Tool {
   mcp::Value inputSchema() const override {
     return Schema::object({{"project", Schema::project()}, {"id", Schema::string("Spread id.")}}, {"project", "id"});
   }
-  ToolAnnotations annotations() const override {
-    ToolAnnotations hints;
-    hints.destructiveHint = true;
-    return hints;
-  }
+  ToolAnnotations annotations() const override { return ToolAnnotations::destructive(); }
 
   ToolActivity activity(const Arguments& arguments) const override {
     return {"Deleted spread " + arguments.string("id").value_or(""), std::nullopt, std::nullopt, std::nullopt};

@@ -110,11 +110,7 @@ class VariantDeleteTool final : public Tool {
   mcp::Value inputSchema() const override {
     return Schema::object({{"project", Schema::project()}, {"id", Schema::string("Variant id.")}}, {"project", "id"});
   }
-  ToolAnnotations annotations() const override {
-    ToolAnnotations hints;
-    hints.destructiveHint = true;
-    return hints;
-  }
+  ToolAnnotations annotations() const override { return ToolAnnotations::destructive(); }
   ToolActivity activity(const Arguments& arguments) const override {
     return activityOf("Deleted variant " + arguments.string("id").value_or(""));
   }
