@@ -212,7 +212,10 @@ ExportSummary Exporter::exportLook(const Project& project, const FileProjectStor
     const Job& job = jobs[index];
     const size_t locale =
         static_cast<size_t>(std::find(runLocales.begin(), runLocales.end(), job.locale) - runLocales.begin());
-    return std::tuple(index >= slideJobs, locale, job.slide);
+    const bool creative = index >= slideJobs;
+    // A slide by its place in the project (its jobs on every target share it); a creative as listed.
+    const size_t item = creative ? index : static_cast<size_t>(job.slide - project.slides.data());
+    return std::tuple(creative, locale, item);
   };
   std::stable_sort(order.begin(), order.end(), [&](size_t a, size_t b) { return rank(a) < rank(b); });
 

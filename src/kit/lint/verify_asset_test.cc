@@ -2,10 +2,10 @@
 
 #include "kit/model/store_target.h"
 
+#include "kit/image/image_test_support.h"
 #include "tests/temp_folder.h"
 
 #include <gtest/gtest.h>
-#include <jpeglib.h>
 #include <spng.h>
 #include <unistd.h>
 
@@ -65,31 +65,8 @@ std::vector<uint8_t> encodePNG(int width, int height, uint8_t colorType, bool wi
   return out;
 }
 
-std::vector<uint8_t> encodeJPEG(int width, int height) {
-  jpeg_compress_struct info{};
-  jpeg_error_mgr error{};
-  info.err = jpeg_std_error(&error);
-  jpeg_create_compress(&info);
-  unsigned char* buffer = nullptr;
-  unsigned long size = 0;
-  jpeg_mem_dest(&info, &buffer, &size);
-  info.image_width = static_cast<JDIMENSION>(width);
-  info.image_height = static_cast<JDIMENSION>(height);
-  info.input_components = 3;
-  info.in_color_space = JCS_RGB;
-  jpeg_set_defaults(&info);
-  jpeg_start_compress(&info, TRUE);
-  std::vector<uint8_t> row(static_cast<size_t>(width) * 3, 128);
-  while (info.next_scanline < info.image_height) {
-    JSAMPROW rows[1] = {row.data()};
-    jpeg_write_scanlines(&info, rows, 1);
-  }
-  jpeg_finish_compress(&info);
-  std::vector<uint8_t> out(buffer, buffer + size);
-  jpeg_destroy_compress(&info);
-  free(buffer);
-  return out;
-}
+// A grey JPEG: no alpha can be told from its header.
+std::vector<uint8_t> encodeJPEG(int width, int height) { return testing::encodeJPEG(width, height, 3, {128, 128, 128}); }
 
 // A slot of the catalogue's shape but a few pixels in size, so the files stay tiny.
 StoreTarget smallSlot() {
