@@ -1,5 +1,7 @@
 #include "server/arguments.h"
 
+#include <nlohmann/json.hpp>
+
 #include <cmath>
 
 namespace vorno {

@@ -3,14 +3,14 @@
 //   Arguments arguments(values, "render_slide");
 //   std::string slide = arguments.requireString("slide");   // "render_slide: slide is required."
 //   int size = arguments.integer("preview_size").value_or(1200);
-//   std::optional<Slide> given = arguments.decode<Slide>("slide");
+//   std::optional<Slide> given = arguments.decode<Slide>("slide");   // server/argument_decoding.h
 //
 // Readers are lenient about kinds the way agents need: an integer reads as a number, a number is
 // cut to an integer, elements of a string list that aren't strings are dropped. They are strict
 // about meaning: the string "true" is no boolean.
 #pragma once
 
-#include <nlohmann/json.hpp>
+#include <nlohmann/json_fwd.hpp>
 
 #include <cstdint>
 #include <optional>
@@ -18,11 +18,12 @@
 #include <string_view>
 #include <vector>
 
-#include "kit/model/coding.h"
 #include "kit/util/vorno_error.h"
 #include "mcp/value.h"
 
 namespace vorno {
+
+using Json = nlohmann::json;
 
 class Arguments {
  public:
@@ -50,17 +51,10 @@ class Arguments {
   std::optional<Json> rawJSON(std::string_view key) const;
 
   /// Reads the value as a document record. None if absent or null; a value the record's reader
-  /// refuses fails with "<tool>: <key> is invalid: <summary>".
+  /// refuses fails with "<tool>: <key> is invalid: <summary>". Defined in
+  /// server/argument_decoding.h, which brings the JSON library and the record readers.
   template <class T>
-  std::optional<T> decode(std::string_view key) const {
-    std::optional<Json> json = rawJSON(key);
-    if (!json || json->is_null()) return std::nullopt;
-    try {
-      return Reader(*json).decode<T>();
-    } catch (const DecodingError& error) {
-      throw invalid(key, error.summary());
-    }
-  }
+  std::optional<T> decode(std::string_view key) const;
 
  private:
   VornoError invalid(std::string_view key, const std::string& summary) const;

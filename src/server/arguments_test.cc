@@ -1,4 +1,5 @@
 #include "server/arguments.h"
+#include "server/argument_decoding.h"
 
 #include <gtest/gtest.h>
 

@@ -1,4 +1,5 @@
 #include "kit/devices/device_frame.h"
+#include "kit/devices/device_frame_coding.h"
 
 #include "kit/model/codings.h"
 #include "kit/model/paint_coding.h"

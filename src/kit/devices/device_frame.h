@@ -8,7 +8,6 @@
 //   std::optional<Finish> blue = Finish::named("deep-blue");
 #pragma once
 
-#include "kit/model/coding.h"
 #include "kit/model/color.h"
 #include "kit/model/enum_names.h"
 #include "kit/model/slide_element.h"  // CropRect
@@ -169,22 +168,5 @@ struct EnumNames<FrameSpec::Hinge::Side> {
   static constexpr std::string_view typeName = "Side";
   static constexpr std::array<std::string_view, 2> names{"left", "right"};
 };
-
-// JSON forms: the field names are the keys, optional fields are left out when absent. In a
-// spec, `bezel`, `band`, `buttons`, `defaultFinish` and `finishes` are required.
-#define VORNO_DECLARE_FRAME_CODING(T)  \
-  template <>                          \
-  struct Coding<T> {                   \
-    static T read(const Reader& r);    \
-    static Json write(const T& value); \
-  };
-VORNO_DECLARE_FRAME_CODING(FrameSpec::Island)
-VORNO_DECLARE_FRAME_CODING(FrameSpec::PunchHole)
-VORNO_DECLARE_FRAME_CODING(FrameSpec::Button)
-VORNO_DECLARE_FRAME_CODING(FrameSpec::Hinge)
-VORNO_DECLARE_FRAME_CODING(FrameSpec)
-VORNO_DECLARE_FRAME_CODING(DeviceFrame::Overlay)
-VORNO_DECLARE_FRAME_CODING(DeviceFrame)
-#undef VORNO_DECLARE_FRAME_CODING
 
 }  // namespace vorno

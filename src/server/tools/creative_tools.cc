@@ -11,6 +11,7 @@
 #include "kit/model/store_target.h"
 #include "kit/store/file_name.h"
 #include "kit/util/vorno_error.h"
+#include "server/argument_decoding.h"
 #include "server/creative_docs.h"
 #include "server/schema.h"
 #include "server/tool_context.h"

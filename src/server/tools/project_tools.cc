@@ -20,6 +20,7 @@
 #include "kit/store/file_name.h"
 #include "kit/store/file_project_store.h"
 #include "kit/util/vorno_error.h"
+#include "server/argument_decoding.h"
 #include "server/schema.h"
 #include "server/tool_context.h"
 #include "server/tool_kit.h"

@@ -11,6 +11,7 @@
 #include "kit/model/project.h"
 #include "kit/store/file_name.h"
 #include "kit/util/vorno_error.h"
+#include "server/argument_decoding.h"
 #include "server/schema.h"
 #include "server/tool_context.h"
 #include "server/tool_kit.h"
