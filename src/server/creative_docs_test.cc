@@ -11,6 +11,7 @@
 #include "kit/model/project.h"
 #include "kit/model/store_target.h"
 #include "kit/util/format.h"
+#include "kit/util/geometry.h"
 
 namespace vorno {
 namespace {

@@ -1,5 +1,7 @@
 #include "kit/model/fill.h"
 
+#include "kit/util/geometry.h"
+
 #include <algorithm>
 #include <cmath>
 #include <filesystem>

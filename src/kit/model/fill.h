@@ -4,13 +4,16 @@
 
 #include "kit/model/color.h"
 #include "kit/model/enum_names.h"
-#include "kit/util/geometry.h"
 
 #include <string>
 #include <variant>
 #include <vector>
 
 namespace vorno {
+
+// From kit/util/geometry.h, which most readers of the document never need.
+struct Rect;
+struct Size;
 
 struct ImageFill {
   enum class Fit { cover, contain };

@@ -4,6 +4,7 @@
 
 #include "kit/model/enum_names.h"
 #include "kit/model/fill.h"
+#include "kit/util/geometry.h"
 
 #include <optional>
 #include <string>
