@@ -1,11 +1,17 @@
 // `vorno mcp` as a host runs it: a child process on pipes, fed lines a well-behaved client would
 // never send, many at once, and an input that closes early. It answers what it should, never
 // crashes, writes nothing but protocol to standard output, and exits 0 at the end of its input.
+#include <fcntl.h>
 #include <gtest/gtest.h>
+#include <sys/stat.h>
+#include <unistd.h>
 
 #include <filesystem>
+#include <fstream>
 #include <set>
+#include <sstream>
 #include <string>
+#include <thread>
 
 #include "tests/mcp_process.h"
 #include "tests/temp_folder.h"
@@ -32,6 +38,23 @@ bool isError(const mcp::Value& answer) {
   return !result || result->find("isError")->boolValue().value_or(true);
 }
 
+std::string readText(const fs::path& path) {
+  std::ifstream in(path, std::ios::binary);
+  std::ostringstream text;
+  text << in.rdbuf();
+  return text.str();
+}
+
+/// Waits until the file at `path` holds `text`; false only after the hang guard.
+bool waitForLine(const fs::path& path, const std::string& text) {
+  const auto guard = std::chrono::steady_clock::now() + testing::hangGuard;
+  while (readText(path).find(text) == std::string::npos) {
+    if (std::chrono::steady_clock::now() > guard) return false;
+    std::this_thread::sleep_for(std::chrono::milliseconds(1));
+  }
+  return true;
+}
+
 /// The example package, copied without its renders and exports.
 class StdioServer : public ::testing::Test {
  protected:
@@ -51,7 +74,7 @@ class StdioServer : public ::testing::Test {
 TEST_F(StdioServer, EndOfInputEndsTheProcessWithStatusZero) {
   MCPProcess server(folder_.path().string());
   server.closeInput();
-  EXPECT_EQ(server.waitForExit(10s), 0);
+  EXPECT_EQ(server.waitForExit(), 0);
 }
 
 TEST_F(StdioServer, LineThatIsNotJSONGetsNoAnswerAndTheNextLineIsReadNormally) {
@@ -62,22 +85,20 @@ TEST_F(StdioServer, LineThatIsNotJSONGetsNoAnswerAndTheNextLineIsReadNormally) {
   EXPECT_EQ(answer.find("id")->intValue(), 2) << answer.wire();
   EXPECT_EQ(answer.find("result")->wire(), "{}");
   server.closeInput();
-  EXPECT_EQ(server.waitForExit(10s), 0);
+  EXPECT_EQ(server.waitForExit(), 0);
 }
 
 TEST_F(StdioServer, TwentyMegabyteLineIsReadWholeAndAnswered) {
   MCPProcess server(folder_.path().string());
   std::string pad(20 * 1024 * 1024, 'x');
-  auto start = std::chrono::steady_clock::now();
   server.sendLine(R"({"jsonrpc":"2.0","id":1,"method":"ping","params":{"pad":")" + pad + "\"}}");
   EXPECT_EQ(server.answerTo(1).find("result")->wire(), "{}");
   // And a tool given a 20 MB argument answers with words.
   server.sendLine(toolCall(2, "project_get", R"({"project":")" + pad + ".vorno\"}"));
   mcp::Value answer = server.answerTo(2);
   EXPECT_TRUE(isError(answer)) << answer.wire().substr(0, 300);
-  EXPECT_LT(std::chrono::steady_clock::now() - start, 20s);
   server.closeInput();
-  EXPECT_EQ(server.waitForExit(10s), 0);
+  EXPECT_EQ(server.waitForExit(), 0);
 }
 
 TEST_F(StdioServer, FiftyRequestsInFlightAreAllAnsweredOnce) {
@@ -91,14 +112,14 @@ TEST_F(StdioServer, FiftyRequestsInFlightAreAllAnsweredOnce) {
   server.write(lines);
   std::set<int64_t> answered;
   for (int i = 0; i < 50; ++i) {
-    mcp::Value answer = server.readMessage(60s);
+    mcp::Value answer = server.readMessage();
     ASSERT_FALSE(answer.isNull()) << "only " << answered.size() << " answers";
     ASSERT_TRUE(answer.find("result")) << answer.wire().substr(0, 300);
     EXPECT_TRUE(answered.insert(*answer.find("id")->intValue()).second);
   }
   EXPECT_EQ(answered.size(), 50u);
   server.closeInput();
-  EXPECT_EQ(server.waitForExit(10s), 0);
+  EXPECT_EQ(server.waitForExit(), 0);
 }
 
 TEST_F(StdioServer, BatchMixingRequestsAndNotificationsAnswersTheRequestsInOrder) {
@@ -111,24 +132,54 @@ TEST_F(StdioServer, BatchMixingRequestsAndNotificationsAnswersTheRequestsInOrder
   EXPECT_EQ((*answer.arrayValue())[0].find("id")->intValue(), 1);
   EXPECT_EQ((*answer.arrayValue())[1].find("id")->intValue(), 2);
   server.closeInput();
-  EXPECT_EQ(server.waitForExit(10s), 0);
+  EXPECT_EQ(server.waitForExit(), 0);
 }
 
 TEST_F(StdioServer, CancelledRenderGetsNoAnswerWhileOthersDo) {
-  MCPProcess server(folder_.path().string());
+  // The render is held where it reads project.json, which is for a while a named pipe that only
+  // the test writes into: the cancellation is known to reach it while it runs.
+  const fs::path document = package() / "project.json";
+  const std::string bytes = readText(document);
+  const fs::path feed = folder_.path() / "project.fifo";
+  ASSERT_EQ(::mkfifo(feed.c_str(), 0644), 0);
+  fs::remove(document);
+  ASSERT_EQ(::link(feed.c_str(), document.c_str()), 0);
+
+  const fs::path log = folder_.path() / "stderr.txt";
+  MCPProcess server(folder_.path().string(), log.string(), {"VORNO_MCP_DEBUG=1"});
   server.sendLine(toolCall(5, "render_overview", "{" + projectArgument() + "}"));
   server.sendLine(R"({"jsonrpc":"2.0","method":"notifications/cancelled","params":{"requestId":5,"reason":"user"}})");
+  ASSERT_TRUE(waitForLine(log, "Cancelled request id=5 reason=user"));
+
+  // The document is a file again for whoever opens it next; a render already waiting at the pipe
+  // gets the same bytes through it. It runs to its end, and its answer is withheld.
+  const fs::path staged = package() / ".project.json.staged";
+  std::ofstream(staged) << bytes;
+  fs::rename(staged, document);
+  bool withheld = false;
+  const auto guard = std::chrono::steady_clock::now() + testing::hangGuard;
+  while (!withheld && std::chrono::steady_clock::now() < guard) {
+    mcp::Value early = server.messageWaiting();
+    ASSERT_TRUE(early.isNull() || early.find("id")->intValue() != 5) << "answer of a cancelled call";
+    if (int reader = ::open(feed.c_str(), O_WRONLY | O_NONBLOCK | O_CLOEXEC); reader >= 0) {
+      ::fcntl(reader, F_SETFL, 0);
+      EXPECT_EQ(::write(reader, bytes.data(), bytes.size()), static_cast<ssize_t>(bytes.size()));
+      ::close(reader);
+    }
+    withheld = readText(log).find("Response withheld for cancelled request id=5") != std::string::npos;
+    if (!withheld) std::this_thread::sleep_for(std::chrono::milliseconds(1));
+  }
+  ASSERT_TRUE(withheld) << "the cancelled render never ended";
+
+  // Others are answered, and the cancelled call never is.
   server.sendLine(request(6, "ping"));
   EXPECT_EQ(server.answerTo(6).find("result")->wire(), "{}");
-  // The render runs to its end in the background; its answer is withheld.
   server.sendLine(toolCall(7, "render_overview", "{" + projectArgument() + ", \"words_only\": true}"));
-  mcp::Value later = server.answerTo(7, 120s);
+  mcp::Value later = server.answerTo(7);
   EXPECT_FALSE(isError(later)) << later.wire().substr(0, 300);
-  server.sendLine(request(8, "ping"));
-  server.answerTo(8);
   for (const mcp::Value& passed : server.skipped) EXPECT_NE(passed.find("id")->intValue(), 5) << "answer of a cancelled call";
   server.closeInput();
-  EXPECT_EQ(server.waitForExit(20s), 0);
+  EXPECT_EQ(server.waitForExit(), 0);
 }
 
 TEST_F(StdioServer, InputClosedInTheMiddleOfACallStillAnswersItAndExitsZero) {
@@ -138,7 +189,7 @@ TEST_F(StdioServer, InputClosedInTheMiddleOfACallStillAnswersItAndExitsZero) {
   mcp::Value answer = server.answerTo(3, 60s);
   ASSERT_FALSE(answer.isNull());
   EXPECT_FALSE(isError(answer)) << answer.wire().substr(0, 300);
-  EXPECT_EQ(server.waitForExit(20s), 0);
+  EXPECT_EQ(server.waitForExit(), 0);
 }
 
 TEST_F(StdioServer, LibrariesLoggingNeverReachesTheProtocolStream) {
@@ -155,7 +206,7 @@ TEST_F(StdioServer, LibrariesLoggingNeverReachesTheProtocolStream) {
   mcp::Value answer = server.answerTo(2);  // readMessage throws on any line that is no JSON
   EXPECT_FALSE(isError(answer)) << answer.wire().substr(0, 300);
   server.closeInput();
-  EXPECT_EQ(server.waitForExit(20s), 0);
+  EXPECT_EQ(server.waitForExit(), 0);
 }
 
 }  // namespace
