@@ -10,11 +10,13 @@
 #include <fstream>
 #include <set>
 #include <sstream>
+#include <stdexcept>
 #include <string>
 #include <thread>
 
 #include "tests/mcp_process.h"
 #include "tests/temp_folder.h"
+#include "tests/thread_waits.h"
 
 namespace vorno {
 namespace {
@@ -54,6 +56,39 @@ bool waitForLine(const fs::path& path, const std::string& text) {
   }
   return true;
 }
+
+/// A package's project.json made, until `release`, a named pipe that only the test writes into:
+/// a call that reads the document waits there, so the test knows it is running and can't finish.
+class HeldDocument {
+ public:
+  HeldDocument(fs::path document, fs::path feed) : document_(std::move(document)), feed_(std::move(feed)) {
+    bytes_ = readText(document_);
+    if (::mkfifo(feed_.c_str(), 0644) != 0) throw std::runtime_error("mkfifo failed");
+    fs::remove(document_);
+    if (::link(feed_.c_str(), document_.c_str()) != 0) throw std::runtime_error("link failed");
+  }
+
+  /// The document is a file again for whoever opens it next.
+  void release() {
+    const fs::path staged = document_.parent_path() / ".project.json.staged";
+    std::ofstream(staged) << bytes_;
+    fs::rename(staged, document_);
+  }
+
+  /// Gives the document's bytes to a reader waiting at the pipe, if there is one; whether there was.
+  bool feedWaitingReader() {
+    int reader = ::open(feed_.c_str(), O_WRONLY | O_NONBLOCK | O_CLOEXEC);
+    if (reader < 0) return false;  // nobody waits
+    ::fcntl(reader, F_SETFL, 0);
+    EXPECT_EQ(::write(reader, bytes_.data(), bytes_.size()), static_cast<ssize_t>(bytes_.size()));
+    ::close(reader);
+    return true;
+  }
+
+ private:
+  fs::path document_, feed_;
+  std::string bytes_;
+};
 
 /// The example package, copied without its renders and exports.
 class StdioServer : public ::testing::Test {
@@ -136,36 +171,22 @@ TEST_F(StdioServer, BatchMixingRequestsAndNotificationsAnswersTheRequestsInOrder
 }
 
 TEST_F(StdioServer, CancelledRenderGetsNoAnswerWhileOthersDo) {
-  // The render is held where it reads project.json, which is for a while a named pipe that only
-  // the test writes into: the cancellation is known to reach it while it runs.
-  const fs::path document = package() / "project.json";
-  const std::string bytes = readText(document);
-  const fs::path feed = folder_.path() / "project.fifo";
-  ASSERT_EQ(::mkfifo(feed.c_str(), 0644), 0);
-  fs::remove(document);
-  ASSERT_EQ(::link(feed.c_str(), document.c_str()), 0);
-
+  // The render waits at project.json, so the cancellation is known to reach it while it runs.
+  HeldDocument held(package() / "project.json", folder_.path() / "project.fifo");
   const fs::path log = folder_.path() / "stderr.txt";
   MCPProcess server(folder_.path().string(), log.string(), {"VORNO_MCP_DEBUG=1"});
   server.sendLine(toolCall(5, "render_overview", "{" + projectArgument() + "}"));
   server.sendLine(R"({"jsonrpc":"2.0","method":"notifications/cancelled","params":{"requestId":5,"reason":"user"}})");
   ASSERT_TRUE(waitForLine(log, "Cancelled request id=5 reason=user"));
 
-  // The document is a file again for whoever opens it next; a render already waiting at the pipe
-  // gets the same bytes through it. It runs to its end, and its answer is withheld.
-  const fs::path staged = package() / ".project.json.staged";
-  std::ofstream(staged) << bytes;
-  fs::rename(staged, document);
+  // Let go, it runs to its end, and its answer is withheld.
+  held.release();
   bool withheld = false;
   const auto guard = std::chrono::steady_clock::now() + testing::hangGuard;
   while (!withheld && std::chrono::steady_clock::now() < guard) {
     mcp::Value early = server.messageWaiting();
     ASSERT_TRUE(early.isNull() || early.find("id")->intValue() != 5) << "answer of a cancelled call";
-    if (int reader = ::open(feed.c_str(), O_WRONLY | O_NONBLOCK | O_CLOEXEC); reader >= 0) {
-      ::fcntl(reader, F_SETFL, 0);
-      EXPECT_EQ(::write(reader, bytes.data(), bytes.size()), static_cast<ssize_t>(bytes.size()));
-      ::close(reader);
-    }
+    held.feedWaitingReader();
     withheld = readText(log).find("Response withheld for cancelled request id=5") != std::string::npos;
     if (!withheld) std::this_thread::sleep_for(std::chrono::milliseconds(1));
   }
@@ -183,11 +204,24 @@ TEST_F(StdioServer, CancelledRenderGetsNoAnswerWhileOthersDo) {
 }
 
 TEST_F(StdioServer, InputClosedInTheMiddleOfACallStillAnswersItAndExitsZero) {
+  // The render waits at project.json until the input has closed: it is surely in the middle.
+  // (Once let go it must end within the server's grace after end of input, ten seconds; it takes
+  // a fraction of one.)
+  HeldDocument held(package() / "project.json", folder_.path() / "project.fifo");
   MCPProcess server(folder_.path().string());
   server.sendLine(toolCall(3, "render_slide", "{" + projectArgument() + R"(, "slide": "week"})"));
   server.closeInput();
-  mcp::Value answer = server.answerTo(3, 60s);
+  ASSERT_TRUE(testing::pollUntil([&] { return held.feedWaitingReader(); })) << "the render never read the document";
+  held.release();
+  mcp::Value answer;
+  const auto guard = std::chrono::steady_clock::now() + testing::hangGuard;
+  while (answer.isNull() && std::chrono::steady_clock::now() < guard) {
+    held.feedWaitingReader();
+    answer = server.messageWaiting();
+    if (answer.isNull()) std::this_thread::sleep_for(std::chrono::milliseconds(1));
+  }
   ASSERT_FALSE(answer.isNull());
+  EXPECT_EQ(answer.find("id")->intValue(), 3) << answer.wire().substr(0, 300);
   EXPECT_FALSE(isError(answer)) << answer.wire().substr(0, 300);
   EXPECT_EQ(server.waitForExit(), 0);
 }
