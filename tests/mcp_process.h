@@ -108,19 +108,20 @@ class MCPProcess {
     return *value;
   }
 
-  /// Waits for the process to end; its exit status, or none if it didn't end in time.
+  /// Waits for the process to end; its exit status, or none if it didn't end in time. With no
+  /// time at all it only looks.
   std::optional<int> waitForExit(std::chrono::milliseconds timeout = hangGuard) {
     if (exitStatus_) return exitStatus_;
     auto deadline = std::chrono::steady_clock::now() + timeout;
-    while (std::chrono::steady_clock::now() < deadline) {
+    for (;;) {
       int status = 0;
       if (::waitpid(pid_, &status, WNOHANG) == pid_) {
         exitStatus_ = WIFEXITED(status) ? WEXITSTATUS(status) : 128 + WTERMSIG(status);
         return exitStatus_;
       }
-      ::usleep(5000);
+      if (std::chrono::steady_clock::now() >= deadline) return std::nullopt;
+      ::usleep(1000);
     }
-    return std::nullopt;
   }
 
   /// Messages `answerTo` passed over, in order.

@@ -211,16 +211,20 @@ TEST_F(StdioServer, InputClosedInTheMiddleOfACallStillAnswersItAndExitsZero) {
   MCPProcess server(folder_.path().string());
   server.sendLine(toolCall(3, "render_slide", "{" + projectArgument() + R"(, "slide": "week"})"));
   server.closeInput();
-  ASSERT_TRUE(testing::pollUntil([&] { return held.feedWaitingReader(); })) << "the render never read the document";
+  bool fed = false;
+  ASSERT_TRUE(testing::pollUntil([&] { return (fed = held.feedWaitingReader()) || server.waitForExit(0s); }));
+  ASSERT_TRUE(fed) << "the server ended before the render read the document";
   held.release();
   mcp::Value answer;
+  bool ended = false;
   const auto guard = std::chrono::steady_clock::now() + testing::hangGuard;
-  while (answer.isNull() && std::chrono::steady_clock::now() < guard) {
+  while (answer.isNull() && !ended && std::chrono::steady_clock::now() < guard) {
     held.feedWaitingReader();
-    answer = server.messageWaiting();
+    ended = server.waitForExit(0s).has_value();
+    answer = server.messageWaiting();  // after the look at the exit, so an answer before it is seen
     if (answer.isNull()) std::this_thread::sleep_for(std::chrono::milliseconds(1));
   }
-  ASSERT_FALSE(answer.isNull());
+  ASSERT_FALSE(answer.isNull()) << (ended ? "the server ended without answering" : "no answer");
   EXPECT_EQ(answer.find("id")->intValue(), 3) << answer.wire().substr(0, 300);
   EXPECT_FALSE(isError(answer)) << answer.wire().substr(0, 300);
   EXPECT_EQ(server.waitForExit(), 0);
