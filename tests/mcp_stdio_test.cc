@@ -70,24 +70,31 @@ class HeldDocument {
 
   /// The document is a file again for whoever opens it next.
   void release() {
+    if (released_) return;
     const fs::path staged = document_.parent_path() / ".project.json.staged";
     std::ofstream(staged) << bytes_;
     fs::rename(staged, document_);
+    released_ = true;
   }
 
-  /// Gives the document's bytes to a reader waiting at the pipe, if there is one; whether there was.
+  /// Gives the document's bytes to a reader waiting at the pipe, once, putting the file back first
+  /// so that no other reader comes to the pipe; whether a reader was there.
   bool feedWaitingReader() {
-    int reader = ::open(feed_.c_str(), O_WRONLY | O_NONBLOCK | O_CLOEXEC);
-    if (reader < 0) return false;  // nobody waits
-    ::fcntl(reader, F_SETFL, 0);
-    EXPECT_EQ(::write(reader, bytes_.data(), bytes_.size()), static_cast<ssize_t>(bytes_.size()));
-    ::close(reader);
+    if (fed_) return false;
+    int writer = ::open(feed_.c_str(), O_WRONLY | O_NONBLOCK | O_CLOEXEC);
+    if (writer < 0) return false;  // nobody waits
+    release();
+    ::fcntl(writer, F_SETFL, 0);
+    EXPECT_EQ(::write(writer, bytes_.data(), bytes_.size()), static_cast<ssize_t>(bytes_.size()));
+    ::close(writer);
+    fed_ = true;
     return true;
   }
 
  private:
   fs::path document_, feed_;
   std::string bytes_;
+  bool released_ = false, fed_ = false;
 };
 
 /// The example package, copied without its renders and exports.
@@ -214,12 +221,10 @@ TEST_F(StdioServer, InputClosedInTheMiddleOfACallStillAnswersItAndExitsZero) {
   bool fed = false;
   ASSERT_TRUE(testing::pollUntil([&] { return (fed = held.feedWaitingReader()) || server.waitForExit(0s); }));
   ASSERT_TRUE(fed) << "the server ended before the render read the document";
-  held.release();
   mcp::Value answer;
   bool ended = false;
   const auto guard = std::chrono::steady_clock::now() + testing::hangGuard;
   while (answer.isNull() && !ended && std::chrono::steady_clock::now() < guard) {
-    held.feedWaitingReader();
     ended = server.waitForExit(0s).has_value();
     answer = server.messageWaiting();  // after the look at the exit, so an answer before it is seen
     if (answer.isNull()) std::this_thread::sleep_for(std::chrono::milliseconds(1));
