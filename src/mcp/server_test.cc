@@ -128,6 +128,7 @@ TEST(MCPServer, MessageSplitAcrossReadsIsHandledOnceWhole) {
   ASSERT_TRUE(h.client.waitUntilServerHasRead());  // the server holds half a message
   h.client.write(line.substr(10));
   Value response = h.client.readMessage();
+  ASSERT_NE(response.find("id"), nullptr) << "no answer";
   EXPECT_EQ(response.find("id")->intValue(), 1);
   EXPECT_EQ(h.markAndReadNext(), ServerHarness::markAnswer);  // and exactly one answer
 }
