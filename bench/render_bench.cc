@@ -2,14 +2,17 @@
 // headline with an emphasised word, a subhead, a device with a capture and its shadow, a blurred
 // shape and a rating), (a) to pixels and (b) to a PNG file; (c) the whole `vorno render` process
 // for that slide; (d) a ten-slide contact sheet with the pool at a given size, with peak memory;
-// (e) ten such slides exported, per file, to compare with (b).
+// (e) ten such slides exported, per file, to compare with (b); (f) blurs of a 2000 x 2000 picture
+// at a narrow and a wide radius, which should cost about the same.
 //
 //   taskset -c 0 build/render_bench slide            # (a), (b) and (e), one core
 //   taskset -c 0 build/render_bench process          # (c)
 //   build/render_bench sheet 1; build/render_bench sheet 2   # (d), one process each for memory
+//   taskset -c 0 build/render_bench blur             # (f)
 //
 // Every figure is the median of its runs, after one warm-up run that fills the caches.
 #include "kit/export/exporter.h"
+#include "kit/image/blur.h"
 #include "kit/image/images.h"
 #include "kit/model/project.h"
 #include "kit/model/store_target.h"
@@ -187,8 +190,21 @@ int main(int argc, char** argv) {
     double sheet = timeMedian(5, [&] { ContactSheet::render(project, root.string(), target, "en-US", renderer, 900); });
     std::printf("(d) ten-slide contact sheet, pool of %zu: median %.1f ms over 5 runs, peak memory %.0f MiB\n",
                 ThreadPool::concurrency(), sheet, peakMiB());
+  } else if (mode == "blur") {
+    cairo_surface_t* surface = cairo_image_surface_create(CAIRO_FORMAT_ARGB32, 2000, 2000);
+    cairo_t* cr = cairo_create(surface);
+    for (int y = 0; y < 2000; y += 50)
+      for (int x = (y / 50) % 2 * 50; x < 2000; x += 100) cairo_rectangle(cr, x, y, 50, 50);
+    cairo_set_source_rgb(cr, 1, 1, 1);
+    cairo_fill(cr);
+    cairo_destroy(cr);
+    Image board = Image::adopt(surface);
+    for (double radius : {4.0, 150.0}) {
+      double ms = timeMedian(runs, [&] { blurred(board, radius); });
+      std::printf("(f) blur of 2000 x 2000 at radius %.0f: median %.1f ms over %d runs\n", radius, ms, runs);
+    }
   } else {
-    std::fprintf(stderr, "usage: render_bench slide|process|sheet [threads]\n");
+    std::fprintf(stderr, "usage: render_bench slide|process|sheet [threads]|blur\n");
     return 64;
   }
   fs::remove_all(root.parent_path());

@@ -2,17 +2,11 @@
 // as one clean run would leave it (the new files, no stale ones, no half-written temporaries), the
 // manifest lists exactly those files, and the user's own files are all still there.
 #include "tests/export_test_support.h"
+#include "tests/held_renames.h"
 #include "tests/run_process.h"
 #include "tests/temp_folder.h"
 
 #include <gtest/gtest.h>
-#include <fcntl.h>
-#include <signal.h>
-#include <sys/wait.h>
-#include <unistd.h>
-
-#include <chrono>
-#include <thread>
 
 namespace vorno::testing {
 namespace {
@@ -30,34 +24,12 @@ size_t pngsNewerThan(const fs::path& folder, fs::file_time_type since) {
   return count;
 }
 
-// Starts `vorno export` and kills it once `atLeast` new PNGs exist; true when it was still running.
-bool exportAndKill(const fs::path& root, const fs::path& exports, size_t atLeast) {
-  const auto since = fs::file_time_type::clock::now();
-  pid_t child = ::fork();
-  if (child == 0) {
-    int null = ::open("/dev/null", O_RDWR);
-    ::dup2(null, 0);
-    ::dup2(null, 1);
-    ::dup2(null, 2);
-    ::execl(VORNO_BINARY, VORNO_BINARY, "export", "--project", root.c_str(), static_cast<char*>(nullptr));
-    ::_exit(127);
-  }
-  const auto deadline = std::chrono::steady_clock::now() + std::chrono::seconds(120);
-  bool killed = false;
-  while (std::chrono::steady_clock::now() < deadline) {
-    int status = 0;
-    if (::waitpid(child, &status, WNOHANG) == child) return false;  // finished before we struck
-    if (pngsNewerThan(exports, since) >= atLeast) {
-      ::kill(child, SIGKILL);
-      killed = true;
-      break;
-    }
-    std::this_thread::sleep_for(std::chrono::milliseconds(5));
-  }
-  if (!killed) ::kill(child, SIGKILL);
-  int status = 0;
-  ::waitpid(child, &status, 0);
-  return killed && WIFSIGNALED(status) && WTERMSIG(status) == SIGKILL;
+// Hidden temporary files under `folder`: what a write killed before its rename leaves.
+size_t temporariesUnder(const fs::path& folder) {
+  size_t count = 0;
+  for (const auto& file : filesUnder(folder))
+    if (fs::path(file).filename().string().starts_with(".") && fs::path(file).filename() != ".vorno-export.json") ++count;
+  return count;
 }
 
 TEST(ExportCrash, KilledMidRunThenRunAgainEndsCorrectAndKeepsUsersFiles) {
@@ -75,7 +47,18 @@ TEST(ExportCrash, KilledMidRunThenRunAgainEndsCorrectAndKeepsUsersFiles) {
   auto& slides = project["slides"];
   slides.erase(slides.begin() + 1);
   std::ofstream(root / "project.json") << project.dump(2);
-  ASSERT_TRUE(exportAndKill(root, exports, 10)) << "the export finished before it could be killed";
+  // The export is stopped with ten files renamed into place and the next written to its temporary
+  // file, waiting for its rename, and killed there: some new files, a leftover temporary, and the
+  // old manifest.
+  const auto since = fs::file_time_type::clock::now();
+  {
+    HeldRenames killed(VORNO_BINARY, {"export", "--project", root.string()});
+    ASSERT_TRUE(killed.watching()) << "renames can't be held here (no seccomp user notification)";
+    ASSERT_TRUE(killed.holdAfter(10)) << "the export ended before its eleventh rename";
+    ASSERT_TRUE(killed.kill());
+  }
+  EXPECT_GT(pngsNewerThan(exports, since), 0u);
+  EXPECT_GE(temporariesUnder(exports), 1u);
 
   auto again = runVorno({"export", "--project", root.string()});
   ASSERT_EQ(again.status, 0) << again.err;

@@ -9,20 +9,25 @@
 #include <sys/wait.h>
 #include <unistd.h>
 
+#include <algorithm>
 #include <chrono>
+#include <cstdint>
 #include <optional>
 #include <stdexcept>
 #include <string>
 #include <vector>
 
 #include "mcp/value.h"
+#include "tests/hang_guard.h"
 
 namespace vorno::testing {
 
 class MCPProcess {
  public:
-  /// Starts `vorno mcp` in `directory`; its standard error goes to `errorLog` (or nowhere).
-  explicit MCPProcess(const std::string& directory, const std::string& errorLog = "/dev/null") {
+  /// Starts `vorno mcp` in `directory`; its standard error goes to `errorLog` (or nowhere), and
+  /// `environment` ("NAME=value") is added to what it inherits.
+  explicit MCPProcess(const std::string& directory, const std::string& errorLog = "/dev/null",
+                      const std::vector<std::string>& environment = {}) {
     int input[2], output[2];
     if (::pipe2(input, O_CLOEXEC) != 0 || ::pipe2(output, O_CLOEXEC) != 0) throw std::runtime_error("pipe failed");
     pid_ = ::fork();
@@ -33,6 +38,7 @@ class MCPProcess {
       int error = ::open(errorLog.c_str(), O_WRONLY | O_CREAT | O_TRUNC, 0644);
       if (error >= 0) ::dup2(error, 2);
       if (::chdir(directory.c_str()) != 0) ::_exit(126);
+      for (const std::string& variable : environment) ::putenv(const_cast<char*>(variable.c_str()));
       ::execl(VORNO_BINARY, VORNO_BINARY, "mcp", static_cast<char*>(nullptr));
       ::_exit(127);
     }
@@ -72,7 +78,7 @@ class MCPProcess {
 
   /// The next message, or null when none came in time or the output ended. A line that is no
   /// JSON fails the test run loudly: it would break every client.
-  mcp::Value readMessage(std::chrono::milliseconds timeout = std::chrono::seconds(30)) {
+  mcp::Value readMessage(std::chrono::milliseconds timeout = hangGuard) {
     auto line = readLine(timeout);
     if (!line) return mcp::Value();
     auto value = mcp::Value::parse(*line);
@@ -81,7 +87,7 @@ class MCPProcess {
   }
 
   /// The next message that answers `id` (notifications and other answers are skipped).
-  mcp::Value answerTo(int64_t id, std::chrono::milliseconds timeout = std::chrono::seconds(60)) {
+  mcp::Value answerTo(int64_t id, std::chrono::milliseconds timeout = hangGuard) {
     auto deadline = std::chrono::steady_clock::now() + timeout;
     for (;;) {
       auto left = std::chrono::duration_cast<std::chrono::milliseconds>(deadline - std::chrono::steady_clock::now());
@@ -93,19 +99,29 @@ class MCPProcess {
     }
   }
 
-  /// Waits for the process to end; its exit status, or none if it didn't end in time.
-  std::optional<int> waitForExit(std::chrono::milliseconds timeout) {
+  /// A message written by now, without waiting for one; null when there is none.
+  mcp::Value messageWaiting() {
+    auto line = readLine(std::chrono::milliseconds(0));
+    if (!line) return mcp::Value();
+    auto value = mcp::Value::parse(*line);
+    if (!value) throw std::runtime_error("vorno mcp wrote a line that is no JSON: " + line->substr(0, 200));
+    return *value;
+  }
+
+  /// Waits for the process to end; its exit status, or none if it didn't end in time. With no
+  /// time at all it only looks.
+  std::optional<int> waitForExit(std::chrono::milliseconds timeout = hangGuard) {
     if (exitStatus_) return exitStatus_;
     auto deadline = std::chrono::steady_clock::now() + timeout;
-    while (std::chrono::steady_clock::now() < deadline) {
+    for (;;) {
       int status = 0;
       if (::waitpid(pid_, &status, WNOHANG) == pid_) {
         exitStatus_ = WIFEXITED(status) ? WEXITSTATUS(status) : 128 + WTERMSIG(status);
         return exitStatus_;
       }
-      ::usleep(5000);
+      if (std::chrono::steady_clock::now() >= deadline) return std::nullopt;
+      ::usleep(1000);
     }
-    return std::nullopt;
   }
 
   /// Messages `answerTo` passed over, in order.
@@ -121,9 +137,11 @@ class MCPProcess {
         return line;
       }
       auto left = std::chrono::duration_cast<std::chrono::milliseconds>(deadline - std::chrono::steady_clock::now());
-      if (left.count() <= 0) return std::nullopt;
       pollfd entry{fromServer_, POLLIN, 0};
-      if (::poll(&entry, 1, static_cast<int>(left.count())) <= 0) continue;
+      if (::poll(&entry, 1, static_cast<int>(std::max<int64_t>(left.count(), 0))) <= 0) {
+        if (left.count() <= 0) return std::nullopt;
+        continue;
+      }
       char chunk[65536];
       ssize_t n = ::read(fromServer_, chunk, sizeof chunk);
       if (n <= 0) return std::nullopt;

@@ -107,6 +107,7 @@ void StdioTransport::readLoop(std::stop_token stop) {
       // per read.
       size_t scanFrom = pending.size();
       pending.append(buffer, static_cast<size_t>(n));
+      searched_ += pending.size() - scanFrom;
       size_t start = 0;
       std::vector<std::string> messages;
       for (size_t lf = pending.find('\n', scanFrom); lf != std::string::npos; lf = pending.find('\n', start)) {

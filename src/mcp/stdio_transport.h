@@ -15,7 +15,9 @@
 // non-blocking otherwise).
 #pragma once
 
+#include <atomic>
 #include <condition_variable>
+#include <cstdint>
 #include <deque>
 #include <memory>
 #include <mutex>
@@ -46,6 +48,10 @@ class StdioTransport : public Transport {
 
   bool isConnected() const;
 
+  /// Bytes searched for a LF so far. Each byte received is searched once however long its line
+  /// grows, so this equals the bytes read: tests check it where timing would be flaky.
+  uint64_t searchedBytes() const { return searched_; }
+
  private:
   void readLoop(std::stop_token stop);
   void finishStream();
@@ -64,6 +70,7 @@ class StdioTransport : public Transport {
   bool finished_ = false;
   std::deque<std::string> queue_;
 
+  std::atomic<uint64_t> searched_{0};
   std::mutex writeMutex_;  // held for the whole of one message
   std::jthread reader_;
 };

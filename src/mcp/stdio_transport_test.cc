@@ -5,11 +5,13 @@
 #include <unistd.h>
 
 #include <chrono>
+#include <future>
 #include <thread>
 #include <vector>
 
 #include "mcp/mcp_error.h"
 #include "mcp/testing/pipe_client.h"
+#include "tests/thread_waits.h"
 
 namespace vorno::mcp {
 namespace {
@@ -31,7 +33,7 @@ TEST(StdioTransport, MessageSplitAcrossReadsIsReceivedOnceWhole) {
   auto transport = client.transport();
   transport->connect();
   client.write("{\"method\":\"pi");
-  std::this_thread::sleep_for(50ms);  // the reader has taken the first half by now
+  ASSERT_TRUE(client.waitUntilServerHasRead());  // the first half is in the reader's hands
   client.write("ng\"}\n");
   client.closeInput();
   EXPECT_EQ(transport->receive(), "{\"method\":\"ping\"}");
@@ -69,17 +71,15 @@ TEST(StdioTransport, TwentyMegabyteLineIsOneMessage) {
     client.write("\"" + big + "\"\n{}\n");
     client.closeInput();
   });
-  auto started = std::chrono::steady_clock::now();
   auto first = transport->receive();
-  auto elapsed = std::chrono::steady_clock::now() - started;
   writer.join();
   ASSERT_TRUE(first);
   EXPECT_EQ(first->size(), big.size() + 2);
   EXPECT_EQ(transport->receive(), "{}");
   EXPECT_EQ(transport->receive(), std::nullopt);
-  // Scanning each byte once keeps this far from the quadratic cost of rescanning the pending
-  // buffer on every read (minutes for 5000 reads of 4 KB).
-  EXPECT_LT(std::chrono::duration_cast<std::chrono::milliseconds>(elapsed).count(), 5000);
+  // Each byte is searched for a LF once: rescanning the pending buffer on every read of 4 KB
+  // would search about 5000 times as many (minutes of work for this line).
+  EXPECT_EQ(transport->searchedBytes(), big.size() + 6);
 }
 
 TEST(StdioTransport, SendEndsEachMessageWithLF) {
@@ -175,12 +175,24 @@ TEST(StdioTransport, DisconnectEndsAWaitingReceive) {
   PipeClient client;
   auto transport = client.transport();
   transport->connect();
-  std::thread disconnecter([&] {
-    std::this_thread::sleep_for(30ms);
-    transport->disconnect();
+  std::promise<pid_t> receiverThread;
+  std::promise<std::optional<std::string>> received;
+  auto result = received.get_future();
+  // The receiver keeps the transport alive, so that a receive that never ends fails the test
+  // without touching freed memory.
+  std::thread receiver([&receiverThread, &received, transport] {
+    receiverThread.set_value(::gettid());
+    received.set_value(transport->receive());
   });
-  EXPECT_EQ(transport->receive(), std::nullopt);
-  disconnecter.join();
+  // Disconnect only once the receiver sleeps in receive, waiting for a message.
+  ASSERT_TRUE(::vorno::testing::waitUntilThreadWaits(receiverThread.get_future().get()));
+  transport->disconnect();
+  if (result.wait_for(::vorno::testing::hangGuard) != std::future_status::ready) {
+    receiver.detach();
+    FAIL() << "receive went on waiting after the disconnect";
+  }
+  EXPECT_EQ(result.get(), std::nullopt);
+  receiver.join();
 }
 
 }  // namespace

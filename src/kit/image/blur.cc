@@ -16,6 +16,7 @@
 #include <cairo.h>
 
 #include <algorithm>
+#include <atomic>
 #include <cmath>
 #include <cstring>
 #include <new>
@@ -23,6 +24,14 @@
 
 namespace vorno {
 namespace {
+
+std::atomic<uint64_t> samplesRead{0};
+
+// Counts the samples of one pass: the window's first fill, then one in and one out per pixel.
+void countSamples(int length, int r) {
+  samplesRead.fetch_add(r <= 0 ? uint64_t(length) : uint64_t(2 * r + 1) + 2 * uint64_t(length),
+                        std::memory_order_relaxed);
+}
 
 struct Boxes {
   int radius[3];
@@ -51,6 +60,7 @@ typedef float FloatLanes __attribute__((vector_size(16)));
 // zero, for r + 1 pixels before and after the line. Sums stay below 2^24 for every box the
 // reduced passes use, so the float division is exact to the last fractional bit.
 void boxPass(const int32_t* in, int32_t* out, int length, int r) {
+  countSamples(length, r);
   if (r <= 0) {
     std::memcpy(out, in, static_cast<size_t>(length) * 4 * sizeof(int32_t));
     return;
@@ -125,6 +135,7 @@ void blurFull(uint32_t* words, int width, int height, size_t rowWords, const Box
 // The same three boxes over one channel: coverage alone (a shadow's shape) needs a quarter of the
 // work. The arithmetic is the four-channel one lane for lane, so results agree to the bit.
 void boxPassSingle(const int32_t* in, int32_t* out, int length, int r) {
+  countSamples(length, r);
   if (r <= 0) {
     std::memcpy(out, in, static_cast<size_t>(length) * sizeof(int32_t));
     return;
@@ -266,6 +277,8 @@ bool blurA8(uint8_t* pixels, int width, int height, int stride, double radius) {
     return false;
   }
 }
+
+uint64_t blurSamplesRead() { return samplesRead.load(std::memory_order_relaxed); }
 
 Image blurred(const Image& image, double radius) {
   if (!image || !(radius >= 0.1) || boxesFor(radius).total() == 0) return image;

@@ -1,12 +1,15 @@
 #include "kit/render/contact_sheet.h"
 
 #include "kit/render/render_test_support.h"
+#include "kit/util/thread_pool.h"
 #include "kit/util/vorno_error.h"
+#include "tests/thread_waits.h"
 
 #include <gtest/gtest.h>
 
-#include <chrono>
-#include <thread>
+#include <unistd.h>
+
+#include <atomic>
 
 namespace vorno {
 namespace {
@@ -43,13 +46,20 @@ TEST(ContactSheet, OneSlideGivesOneTileAndTwoMargins) {
 
 TEST(ContactSheet, TilesGoInSlideOrderWithTheirReports) {
   StoreTarget target = smallTarget(100, 200);
-  ContactSheet::Sheet sheet = ContactSheet::render(3, target, 300, [](size_t i) {
-    // Later tiles finish first, so the order can't come from timing.
-    std::this_thread::sleep_for(std::chrono::milliseconds(30 * (3 - static_cast<int>(i))));
+  // The first tile finishes last: it waits until the other two have finished, on the other
+  // thread. The order of the sheet can't come from the order tiles finish in.
+  ThreadPool::setConcurrency(2);
+  std::atomic<int> othersFinished{0};
+  std::atomic<bool> firstWaited{true};
+  ContactSheet::Sheet sheet = ContactSheet::render(3, target, 300, [&](size_t i) {
+    if (i == 0 && !testing::pollUntil([&] { return othersFinished.load() == 2; })) firstWaited = false;
     ContactSheet::Tile tile = flatTile(i == 1 ? RGBColor{0, 0, 1, 1} : RGBColor{0, 1, 0, 1});
     tile.report.slide = "s" + std::to_string(i);
+    if (i != 0) othersFinished.fetch_add(1);
     return tile;
   });
+  ThreadPool::setConcurrency(0);
+  EXPECT_TRUE(firstWaited);
   ASSERT_EQ(sheet.reports.size(), 3u);
   EXPECT_EQ(sheet.reports[0].slide, "s0");
   EXPECT_EQ(sheet.reports[2].slide, "s2");
@@ -58,20 +68,40 @@ TEST(ContactSheet, TilesGoInSlideOrderWithTheirReports) {
 }
 
 TEST(ContactSheet, FailingSlideFailsTheSheetAfterTheOthersFinished) {
+  // The other thread's first tile is held until the calling thread is known to wait for it, and
+  // the calling thread's tiles wait until it is held: one tile is always still being drawn when
+  // every other tile, the failing one too, is done.
+  constexpr int count = 6;
   StoreTarget target = smallTarget(100, 200);
-  std::atomic<int> finished{0};
+  ThreadPool::setConcurrency(2);
+  const pid_t caller = ::gettid();
+  testing::HeldUntilThreadWaits held;
+  std::atomic<int> finished{0}, settled{0};
+  auto settle = [&] {
+    if (settled.fetch_add(1) + 1 == count - 1) held.releaseWhenWaiting(caller);
+  };
   try {
-    ContactSheet::render(6, target, 90, [&](size_t i) -> ContactSheet::Tile {
-      if (i == 0) throw VornoError::notFound("Image not found: /gone.png");
-      std::this_thread::sleep_for(std::chrono::milliseconds(20));
+    ContactSheet::render(count, target, 90, [&](size_t i) -> ContactSheet::Tile {
+      if (i == 0) {
+        settle();
+        throw VornoError::notFound("Image not found: /gone.png");
+      }
+      if (::gettid() != caller) {
+        held.hold();
+      } else {
+        testing::pollUntil([&] { return held.holding() > 0; });
+        settle();
+      }
       finished.fetch_add(1);
       return flatTile(RGBColor{0, 1, 0, 1});
     });
-    FAIL() << "the sheet should fail";
+    ADD_FAILURE() << "the sheet should fail";
   } catch (const VornoError& error) {
     EXPECT_EQ(error.message(), "Image not found: /gone.png");
   }
-  EXPECT_EQ(finished.load(), 5);
+  EXPECT_EQ(finished.load(), 5) << "the sheet failed before the other tiles finished";
+  held.release();
+  ThreadPool::setConcurrency(0);
 }
 
 TEST(ContactSheet, TileHeightUnder30GivesGapZero) {

@@ -2,10 +2,13 @@
 
 #include "kit/render/render_test_support.h"
 #include "kit/util/vorno_error.h"
+#include "tests/thread_waits.h"
 
 #include <gtest/gtest.h>
 
-#include <chrono>
+#include <unistd.h>
+
+#include <future>
 #include <thread>
 #include <vector>
 
@@ -15,13 +18,16 @@ namespace {
 using testing::block;
 using testing::FlatLayers;
 
+// The first drawing is held until the second caller is known to wait (asleep in the cache), so
+// the second asks while the layer is being drawn however the threads are scheduled.
 TEST(LayerCache, TwoThreadsAskingTheSameKeyRenderOnceAndOneWaits) {
   FlatLayers flat;
+  testing::HeldUntilThreadWaits held;
   std::atomic<bool> inside{false};
-  std::atomic<int> overlapping{0};
+  std::atomic<int> overlapping{0}, drawings{0};
   LayerCache cache(64 << 20, [&](const ElementLayout& element, double scale) {
     if (inside.exchange(true)) overlapping.fetch_add(1);
-    std::this_thread::sleep_for(std::chrono::milliseconds(100));
+    if (drawings.fetch_add(1) == 0) held.hold();
     Image image = flat(element, scale);
     inside = false;
     return image;
@@ -29,7 +35,13 @@ TEST(LayerCache, TwoThreadsAskingTheSameKeyRenderOnceAndOneWaits) {
   ElementLayout element = block("a", {0, 0, 40, 40});
   Image first, second;
   std::thread one([&] { first = cache.layer(element, 1); });
-  std::thread two([&] { second = cache.layer(element, 1); });
+  ASSERT_TRUE(testing::pollUntil([&] { return held.holding() == 1; }));
+  std::promise<pid_t> secondThread;
+  std::thread two([&] {
+    secondThread.set_value(::gettid());
+    second = cache.layer(element, 1);
+  });
+  held.releaseWhenWaiting(secondThread.get_future().get());
   one.join();
   two.join();
   EXPECT_EQ(flat.calls.load(), 1);
@@ -56,9 +68,11 @@ TEST(LayerCache, FailedLayerLeavesNoKeyInDrawing) {
 TEST(LayerCache, WaiterDrawsTheLayerItselfAfterTheDrawerFailed) {
   std::atomic<int> calls{0};
   FlatLayers flat;
+  testing::HeldUntilThreadWaits held;
+  // The first drawing fails, but only once the second caller waits for it.
   LayerCache cache(64 << 20, [&](const ElementLayout& element, double scale) -> Image {
     if (calls.fetch_add(1) == 0) {
-      std::this_thread::sleep_for(std::chrono::milliseconds(100));
+      held.hold();
       throw VornoError::io("Layer render failed.");
     }
     return flat(element, scale);
@@ -73,14 +87,17 @@ TEST(LayerCache, WaiterDrawsTheLayerItselfAfterTheDrawerFailed) {
       failures.fetch_add(1);
     }
   });
-  std::this_thread::sleep_for(std::chrono::milliseconds(20));
+  ASSERT_TRUE(testing::pollUntil([&] { return held.holding() == 1; }));
+  std::promise<pid_t> secondThread;
   std::thread two([&] {
+    secondThread.set_value(::gettid());
     try {
       drawn = cache.layer(element, 1);
     } catch (const VornoError&) {
       failures.fetch_add(1);
     }
   });
+  held.releaseWhenWaiting(secondThread.get_future().get());
   one.join();
   two.join();
   EXPECT_EQ(failures.load(), 1);

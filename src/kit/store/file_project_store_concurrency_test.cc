@@ -1,20 +1,21 @@
-// Real concurrency: writers in several processes and threads on one package, and writers killed
-// mid-save. These run against the real file system and the real flock.
-#include "kit/store/file_project_store.h"
+// Real concurrency: writers in several processes and threads on one package, and a writer that
+// holds the lock while another waits for it. These run against the real file system and the real
+// flock.
+#include "kit/store/concurrency_fixture.h"
 
-#include "kit/model/project.h"
 #include "kit/util/vorno_error.h"
-#include "tests/run_process.h"
+#include "tests/signal_pipe.h"
 
 #include <gtest/gtest.h>
 #include <signal.h>
+#include <sys/stat.h>
 #include <sys/wait.h>
 #include <unistd.h>
 
+#include <atomic>
 #include <chrono>
-#include <cstdlib>
-#include <optional>
-#include <random>
+#include <fstream>
+#include <sstream>
 #include <string>
 #include <thread>
 #include <vector>
@@ -23,41 +24,65 @@ namespace vorno {
 namespace {
 
 namespace fs = std::filesystem;
+using testing::increment;
+using testing::SignalPipe;
 
-// The counter lives in the document itself, so a lost update shows as a short count.
-void increment(Project& project) {
-  project.appName = std::to_string(std::stoi(project.appName) + 1);
-  project.locales.push_back("l" + project.appName);
+// Writers waiting for the flock on `file`, as the kernel lists them in /proc/locks: a waiter's
+// line reads "<n>: -> FLOCK  ADVISORY  WRITE <pid> <major>:<minor>:<inode> 0 EOF".
+size_t flockWaitersOn(const fs::path& file) {
+  struct stat info {};
+  if (::stat(file.c_str(), &info) != 0) return 0;
+  const std::string inode = ":" + std::to_string(info.st_ino);
+  std::ifstream locks("/proc/locks");
+  size_t waiters = 0;
+  for (std::string line; std::getline(locks, line);) {
+    std::istringstream fields(line);
+    std::string number, arrow, kind;
+    fields >> number >> arrow >> kind;
+    if (arrow != "->" || kind != "FLOCK") continue;
+    for (std::string field; fields >> field;)
+      if (field.ends_with(inode) && field.find(':') != field.rfind(':')) ++waiters;
+  }
+  return waiters;
 }
 
-class FileProjectStoreConcurrency : public ::testing::Test {
+class FileProjectStoreConcurrency : public testing::PackageFixture {
  protected:
-  void SetUp() override {
-    folder_ = testing::makeTempFolder("vorno-concurrency");
-    if (const char* old = std::getenv("XDG_CACHE_HOME")) oldCaches_ = old;
-    setenv("XDG_CACHE_HOME", (folder_ / "caches").c_str(), 1);
-    root_ = folder_ / "App.vorno";
-    Project project;
-    project.appName = "0";
-    FileProjectStore(root_).create(project);
-  }
-  void TearDown() override {
-    if (oldCaches_) setenv("XDG_CACHE_HOME", oldCaches_->c_str(), 1);
-    else unsetenv("XDG_CACHE_HOME");
-    fs::remove_all(folder_);
-  }
+  // Writer B: a thread that runs `modify` while writer A is inside its own. It records whether
+  // its body ran at all, and whether it ran while A was inside.
+  struct SecondWriter {
+    std::atomic<bool> firstIsInside{true};
+    std::atomic<bool> bodyRan{false};
+    std::atomic<bool> overlapped{false};
+    std::atomic<bool> failed{false};
+    std::thread thread;
 
-  // Hidden files beside project.json that a writer left: its temporary files.
-  size_t temporaryFiles() const {
-    size_t count = 0;
-    for (const auto& entry : fs::directory_iterator(root_))
-      if (entry.path().filename().string().starts_with(".project.json.")) ++count;
-    return count;
-  }
+    void start(const fs::path& root) {
+      thread = std::thread([this, root] {
+        try {
+          FileProjectStore(root).modify([this](Project& project) {
+            if (firstIsInside) overlapped = true;
+            bodyRan = true;
+            increment(project);
+          });
+        } catch (...) {
+          failed = true;
+        }
+      });
+    }
+  };
 
-  fs::path folder_;
-  fs::path root_;
-  std::optional<std::string> oldCaches_;
+  // Waits until B is blocked on the package's lock, as the kernel says; false as soon as B's body
+  // runs instead, since that can only happen without the lock.
+  bool secondWriterWaitsForTheLock(const SecondWriter& second) {
+    const fs::path lock = FileProjectStore(root_).lockFile();
+    const auto guard = std::chrono::steady_clock::now() + testing::hangGuard;
+    while (flockWaitersOn(lock) == 0) {
+      if (second.bodyRan || second.failed || std::chrono::steady_clock::now() > guard) return false;
+      std::this_thread::sleep_for(std::chrono::milliseconds(1));
+    }
+    return !second.bodyRan;
+  }
 };
 
 TEST_F(FileProjectStoreConcurrency, WritersInSeveralProcessesLoseNoUpdate) {
@@ -112,63 +137,87 @@ TEST_F(FileProjectStoreConcurrency, WritersInSeveralThreadsLoseNoUpdate) {
   EXPECT_EQ(FileProjectStore(root_).load().appName, std::to_string(threads * rounds));
 }
 
-TEST_F(FileProjectStoreConcurrency, WriterKilledMidSaveLeavesAWholeDocument) {
-  constexpr int kills = 20;
-  FileProjectStore store(root_);
-  std::mt19937 random(20240611);
-  std::uniform_int_distribution<int> delay(0, 12000);  // microseconds
-  bool writerGotThrough = false;
-  for (int k = 0; k < kills; ++k) {
-    pid_t pid = fork();
-    ASSERT_GE(pid, 0);
-    if (pid == 0) {
-      // Saves of changing size without end, until the parent kills it.
-      Project project;
-      try {
-        for (unsigned i = 0;; ++i) {
-          project.appName = std::string(20000 + (i * 7919) % 60000, static_cast<char>('a' + i % 26));
-          store.save(project);
-        }
-      } catch (...) {
-      }
-      _exit(1);
-    }
-    // Read while the writer writes: a reader never sees a partial file.
-    auto deadline = std::chrono::steady_clock::now() + std::chrono::microseconds(delay(random));
-    int reads = 0;
-    do {
-      try {
-        Project seen = store.load();
-        bool uniform = seen.appName.find_first_not_of(seen.appName.front()) == std::string::npos;
-        EXPECT_TRUE(uniform && (seen.appName == "0" || seen.appName.size() >= 20000)) << seen.appName.substr(0, 40);
-      } catch (const VornoError& error) {
-        ADD_FAILURE() << "read during a save failed: " << error.what();
-      }
-      ++reads;
-    } while (std::chrono::steady_clock::now() < deadline);
-    ASSERT_EQ(kill(pid, SIGKILL), 0);
+TEST_F(FileProjectStoreConcurrency, WriterInAnotherProcessKeepsOthersOutUntilItsBodyEnds) {
+  SignalPipe inside, release;
+  pid_t pid = fork();
+  ASSERT_GE(pid, 0);
+  if (pid == 0) {
+    // Writer A: inside its body it says so, then waits for the parent to let it finish.
+    inside.keepOnlyWriting();
+    release.keepOnlyReading();
     int status = 0;
-    ASSERT_EQ(waitpid(pid, &status, 0), pid);
-    EXPECT_TRUE(WIFSIGNALED(status) && WTERMSIG(status) == SIGKILL) << "writer ended on its own: " << status;
-
-    // After the kill: the document parses, and each killed writer left at most one temporary file.
     try {
-      writerGotThrough |= store.load().appName.size() >= 20000;
-    } catch (const VornoError& error) {
-      ADD_FAILURE() << "after kill " << k << ": " << error.what();
+      FileProjectStore(root_).modify([&](Project& project) {
+        increment(project);
+        inside.send();
+        release.receive();
+      });
+    } catch (...) {
+      status = 1;
     }
-    EXPECT_LE(temporaryFiles(), static_cast<size_t>(k + 1));
+    _exit(status);
   }
-  EXPECT_TRUE(writerGotThrough) << "no writer lived long enough to save";
-  // Leftover temporary files are never taken for the package or its document.
-  EXPECT_TRUE(store.exists());
-  EXPECT_EQ(FileProjectStore::projects(folder_, 2), std::vector<fs::path>{root_});
-  size_t leftovers = temporaryFiles();
-  Project after;
-  after.appName = "after";
-  store.save(after);
-  EXPECT_EQ(store.load().appName, "after");
-  EXPECT_EQ(temporaryFiles(), leftovers);  // a finished save leaves none of its own
+  inside.keepOnlyReading();
+  release.keepOnlyWriting();
+  if (!inside.receive()) {
+    kill(pid, SIGKILL);
+    waitpid(pid, nullptr, 0);
+    FAIL() << "writer A never got into its body";
+  }
+
+  SecondWriter second;
+  second.start(root_);
+  bool waited = secondWriterWaitsForTheLock(second);
+  second.firstIsInside = false;
+  release.send();
+  second.thread.join();
+  int status = 0;
+  ASSERT_EQ(waitpid(pid, &status, 0), pid);
+
+  EXPECT_TRUE(waited) << "writer B was not held at the lock while A was inside";
+  EXPECT_FALSE(second.overlapped) << "writer B's body ran while A was inside";
+  EXPECT_FALSE(second.failed);
+  EXPECT_TRUE(WIFEXITED(status) && WEXITSTATUS(status) == 0) << "writer A status " << status;
+  Project result = FileProjectStore(root_).load();
+  EXPECT_EQ(result.appName, "2");
+  EXPECT_EQ(result.locales, (std::vector<std::string>{"l1", "l2"}));
+}
+
+TEST_F(FileProjectStoreConcurrency, WriterInAnotherThreadKeepsOthersOutUntilItsBodyEnds) {
+  SignalPipe inside, release;
+  std::atomic<bool> firstFailed{false};
+  std::thread first([&] {
+    try {
+      FileProjectStore(root_).modify([&](Project& project) {
+        increment(project);
+        inside.send();
+        release.receive();
+      });
+    } catch (...) {
+      firstFailed = true;
+    }
+  });
+  if (!inside.receive()) {
+    release.send();
+    first.join();
+    FAIL() << "writer A never got into its body";
+  }
+
+  SecondWriter second;
+  second.start(root_);
+  bool waited = secondWriterWaitsForTheLock(second);
+  second.firstIsInside = false;
+  release.send();
+  first.join();
+  second.thread.join();
+
+  EXPECT_TRUE(waited) << "writer B was not held at the lock while A was inside";
+  EXPECT_FALSE(second.overlapped) << "writer B's body ran while A was inside";
+  EXPECT_FALSE(firstFailed);
+  EXPECT_FALSE(second.failed);
+  Project result = FileProjectStore(root_).load();
+  EXPECT_EQ(result.appName, "2");
+  EXPECT_EQ(result.locales, (std::vector<std::string>{"l1", "l2"}));
 }
 
 }  // namespace

@@ -3,6 +3,7 @@
 #include "kit/text/laid_text.h"
 #include "kit/text/text_layout.h"
 #include "tests/temp_folder.h"
+#include "tests/thread_waits.h"
 
 #include <gtest/gtest.h>
 
@@ -143,22 +144,27 @@ TEST(FontRegistry, RegistrationWhileOtherThreadsLayText) {
   style.weight = FontWeight::bold;
   style.family = "Tnter";
   std::atomic<bool> registered{false};
+  std::atomic<int> layingOut{0};
   std::vector<std::thread> threads;
   for (int t = 0; t < 4; ++t) {
     threads.emplace_back([&] {
       // Until registration the family falls back to the system font; once it is done, every
-      // thread's next layout uses the package's face.
-      for (int i = 0; i < 400; ++i) {
+      // thread's next layout uses the package's face. Each thread lays text before the
+      // registration starts and goes on through it until it has laid 50 after it.
+      int afterwards = 0;
+      for (int i = 0; afterwards < 50; ++i) {
         bool after = registered.load();
         LaidText laid(TextLayout::attributed("Concurrent " + std::to_string(i), style), 800);
         EXPECT_EQ(laid.lines().size(), 1u);
+        if (i == 0) layingOut.fetch_add(1);
         if (after) {
           EXPECT_EQ(laid.faceFamilyAt(0), "Tnter");
+          ++afterwards;
         }
       }
     });
   }
-  std::this_thread::sleep_for(std::chrono::milliseconds(5));
+  EXPECT_TRUE(testing::pollUntil([&] { return layingOut.load() == 4; }));
   FontRegistry::registerFonts(root);
   registered = true;
   for (auto& thread : threads) thread.join();

@@ -19,6 +19,10 @@
 namespace vorno {
 namespace {
 
+void reportStep(const std::filesystem::path& target, const std::filesystem::path& temporary, WriteStep step) {
+  if (atomicWriteStepHook) atomicWriteStepHook(target, temporary, step);
+}
+
 [[noreturn]] void failWriting(const std::filesystem::path& target, int errorNumber) {
   throw VornoError::io("Couldn't write " + target.string() + ": " + errorText(errorNumber) + ".");
 }
@@ -40,20 +44,27 @@ bool writeAll(int fd, const char* data, size_t size) {
 // The shared part of both writes. `fill` writes the content into the open temporary file and
 // returns 0, or an errno value; `mode` is the permission the new file gets (nothing: the default).
 void replaceThroughTemporary(const std::filesystem::path& target, std::optional<mode_t> mode,
-                             const std::function<int(int fd)>& fill, Durability durability = Durability::flushed) {
+                             const std::function<int(int fd, const std::filesystem::path& temporary)>& fill,
+                             Durability durability = Durability::flushed) {
   std::filesystem::path temporary = temporaryPathBeside(target);
   int fd = ::open(temporary.c_str(), O_WRONLY | O_CREAT | O_EXCL | O_CLOEXEC, 0666);
   if (fd < 0) failWriting(target, errno);
-  int failure = fill(fd);
+  reportStep(target, temporary, WriteStep::opened);
+  int failure = fill(fd, temporary);
   if (failure == 0 && mode && ::fchmod(fd, *mode) != 0) failure = errno;
+  if (failure == 0) reportStep(target, temporary, WriteStep::written);
   // fsync before the rename: otherwise a crash could leave the new name pointing at empty data.
-  if (failure == 0 && durability == Durability::flushed && ::fsync(fd) != 0) failure = errno;
+  if (failure == 0 && durability == Durability::flushed) {
+    if (::fsync(fd) != 0) failure = errno;
+    else reportStep(target, temporary, WriteStep::flushed);
+  }
   if (::close(fd) != 0 && failure == 0) failure = errno;
   if (failure == 0 && ::rename(temporary.c_str(), target.c_str()) != 0) failure = errno;
   if (failure != 0) {
     ::unlink(temporary.c_str());  // best effort: the error worth reporting is the first one
     failWriting(target, failure);
   }
+  reportStep(target, temporary, WriteStep::renamed);
 }
 
 std::optional<mode_t> existingMode(const std::filesystem::path& target) {
@@ -63,6 +74,9 @@ std::optional<mode_t> existingMode(const std::filesystem::path& target) {
 }
 
 }  // namespace
+
+void (*atomicWriteStepHook)(const std::filesystem::path& target, const std::filesystem::path& temporary,
+                            WriteStep step) = nullptr;
 
 std::string randomUUID() {
   std::array<uint8_t, 16> bytes{};
@@ -98,7 +112,15 @@ std::filesystem::path temporaryPathBeside(const std::filesystem::path& target) {
 
 void atomicWrite(const std::filesystem::path& target, std::string_view bytes, Durability durability) {
   replaceThroughTemporary(
-      target, existingMode(target), [&](int fd) { return writeAll(fd, bytes.data(), bytes.size()) ? 0 : errno; },
+      target, existingMode(target),
+      [&](int fd, const std::filesystem::path& temporary) {
+        if (!atomicWriteStepHook) return writeAll(fd, bytes.data(), bytes.size()) ? 0 : errno;
+        // Watched by a test: stop half-way once, so a partial temporary file can be seen.
+        size_t half = bytes.size() / 2;
+        if (!writeAll(fd, bytes.data(), half)) return errno;
+        reportStep(target, temporary, WriteStep::halfWritten);
+        return writeAll(fd, bytes.data() + half, bytes.size() - half) ? 0 : errno;
+      },
       durability);
 }
 
@@ -120,7 +142,7 @@ void atomicCopy(const std::filesystem::path& source, const std::filesystem::path
 
   int readFailure = 0;
   try {
-    replaceThroughTemporary(target, static_cast<mode_t>(info.st_mode & 07777), [&](int fd) {
+    replaceThroughTemporary(target, static_cast<mode_t>(info.st_mode & 07777), [&](int fd, const std::filesystem::path&) {
       std::vector<char> buffer(1 << 20);
       for (;;) {
         ssize_t got = ::read(in, buffer.data(), buffer.size());

@@ -23,6 +23,17 @@ enum class Durability {
   rebuildable,
 };
 
+/// The moments of one write, in the order they happen. `flushed` comes only when the flush was
+/// asked for and succeeded; `renamed` means readers now see the new bytes.
+enum class WriteStep { opened, halfWritten, written, flushed, renamed };
+
+/// Null in the program. A test that must stop a writer at a known moment (to kill it there, or to
+/// read beside it) sets it; it is then called at every step with the target and its temporary
+/// file, and atomicWrite writes its bytes in two halves so that `halfWritten` is a moment when the
+/// temporary file holds only part of them.
+extern void (*atomicWriteStepHook)(const std::filesystem::path& target, const std::filesystem::path& temporary,
+                                   WriteStep step);
+
 /// Replaces (or creates) `target` with `bytes`. The parent folder must exist. A file that already
 /// exists keeps its permission bits. Throws VornoError::io "Couldn't write <target>: <reason>.".
 void atomicWrite(const std::filesystem::path& target, std::string_view bytes,

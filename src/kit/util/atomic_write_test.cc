@@ -10,6 +10,7 @@
 #include <fstream>
 #include <regex>
 #include <sstream>
+#include <vector>
 
 namespace vorno {
 namespace {
@@ -146,6 +147,80 @@ TEST(AtomicRebuildableWrite, ReplacesWholeWithoutATemporaryLeftBehind) {
   int entries = 0;
   for ([[maybe_unused]] const auto& e : std::filesystem::directory_iterator(folder.path())) ++entries;
   EXPECT_EQ(entries, 1);
+}
+
+}  // namespace
+}  // namespace vorno
+
+namespace vorno {
+namespace {
+
+// What the step hook saw: the step, the temporary file's bytes then, and the target's. The hook is
+// a plain function, so it records into a place of its own.
+struct SeenStep {
+  WriteStep step;
+  std::string temporary;  // "(gone)" once it has been renamed
+  std::string target;
+  bool operator==(const SeenStep&) const = default;
+};
+std::vector<SeenStep> seenSteps;
+
+std::string nameOf(WriteStep step) {
+  static const char* const names[] = {"opened", "halfWritten", "written", "flushed", "renamed"};
+  return names[static_cast<int>(step)];
+}
+void PrintTo(const SeenStep& seen, std::ostream* out) {
+  *out << nameOf(seen.step) << " (temporary \"" << seen.temporary << "\", target \"" << seen.target << "\")";
+}
+// The steps seen, by name.
+std::vector<std::string> seenStepNames() {
+  std::vector<std::string> names;
+  for (const auto& seen : seenSteps) names.push_back(nameOf(seen.step));
+  return names;
+}
+
+void recordStep(const std::filesystem::path& target, const std::filesystem::path& temporary, WriteStep step) {
+  seenSteps.push_back({step, std::filesystem::exists(temporary) ? slurp(temporary) : "(gone)", slurp(target)});
+}
+
+// Watches every write while it lives.
+class WatchedWrites {
+ public:
+  WatchedWrites() {
+    seenSteps.clear();
+    atomicWriteStepHook = recordStep;
+  }
+  ~WatchedWrites() { atomicWriteStepHook = nullptr; }
+};
+
+TEST(AtomicWriteSteps, DocumentIsFlushedWholeBeforeItIsRenamed) {
+  testing::TempFolder folder;
+  auto target = folder.path() / "project.json";
+  atomicWrite(target, "old");
+  WatchedWrites watch;
+  atomicWrite(target, "new bytes!");
+  EXPECT_EQ(seenSteps, (std::vector<SeenStep>{{WriteStep::opened, "", "old"},
+                                              {WriteStep::halfWritten, "new b", "old"},
+                                              {WriteStep::written, "new bytes!", "old"},
+                                              {WriteStep::flushed, "new bytes!", "old"},
+                                              {WriteStep::renamed, "(gone)", "new bytes!"}}));
+}
+
+TEST(AtomicWriteSteps, RebuildablePictureIsNeverFlushed) {
+  testing::TempFolder folder;
+  auto target = folder.path() / "picture.png";
+  WatchedWrites watch;
+  atomicWrite(target, "pixels", Durability::rebuildable);
+  EXPECT_EQ(seenStepNames(), (std::vector<std::string>{"opened", "halfWritten", "written", "renamed"}));
+  EXPECT_EQ(slurp(target), "pixels");
+}
+
+TEST(AtomicWriteSteps, CopyIsFlushedBeforeItIsRenamed) {
+  testing::TempFolder folder;
+  std::ofstream(folder.path() / "source") << "copied";
+  WatchedWrites watch;
+  atomicCopy(folder.path() / "source", folder.path() / "copy");
+  EXPECT_EQ(seenStepNames(), (std::vector<std::string>{"opened", "written", "flushed", "renamed"}));
 }
 
 }  // namespace

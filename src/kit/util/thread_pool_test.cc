@@ -1,9 +1,11 @@
 #include "kit/util/thread_pool.h"
 
+#include "tests/thread_waits.h"
+
 #include <gtest/gtest.h>
+#include <unistd.h>
 
 #include <atomic>
-#include <chrono>
 #include <mutex>
 #include <set>
 #include <stdexcept>
@@ -38,30 +40,56 @@ TEST(ThreadPool, NestedLoopRunsInlineWithoutDeadlock) {
 }
 
 TEST(ThreadPool, FailureIsRethrownAfterEveryIterationFinished) {
-  std::atomic<int> finished{0};
+  // The worker's first iteration (not the failing one) is held until the caller is known to wait
+  // for it; the caller's own iterations wait until it is held, so that one is always in flight
+  // when the caller runs out of iterations, failure and all.
+  constexpr size_t count = 20, failing = 3;
+  ThreadPool::setConcurrency(2);
+  const pid_t caller = ::gettid();
+  testing::HeldUntilThreadWaits held;
+  std::atomic<int> finished{0}, settled{0};
+  auto settle = [&] {
+    if (settled.fetch_add(1) + 1 == static_cast<int>(count) - 1) held.releaseWhenWaiting(caller);
+  };
   try {
-    ThreadPool::parallelFor(20, [&](size_t i) {
-      if (i == 3) throw std::runtime_error("slide 3");
-      std::this_thread::sleep_for(std::chrono::milliseconds(2));
+    ThreadPool::parallelFor(count, [&](size_t i) {
+      if (i == failing) {
+        settle();
+        throw std::runtime_error("slide 3");
+      }
+      if (::gettid() != caller) {
+        held.hold();
+        finished.fetch_add(1);
+        return;
+      }
+      testing::pollUntil([&] { return held.holding() > 0; });
       finished.fetch_add(1);
+      settle();
     });
-    FAIL() << "expected the failure to come back";
+    ADD_FAILURE() << "expected the failure to come back";
   } catch (const std::runtime_error& error) {
     EXPECT_STREQ(error.what(), "slide 3");
   }
-  EXPECT_EQ(finished.load(), 19);
+  EXPECT_EQ(finished.load(), 19) << "the failure came back before every iteration finished";
+  held.release();
+  ThreadPool::setConcurrency(0);
 }
 
 TEST(ThreadPool, UsesSeveralThreadsWhenTheHardwareHasThem) {
   ThreadPool::setConcurrency(2);
   std::mutex lock;
   std::set<std::thread::id> threads;
-  ThreadPool::parallelFor(8, [&](size_t) {
-    std::this_thread::sleep_for(std::chrono::milliseconds(20));
+  // Each of the two iterations waits until both have started: only two threads can get there.
+  std::atomic<int> started{0};
+  std::atomic<bool> together{true};
+  ThreadPool::parallelFor(2, [&](size_t) {
+    started.fetch_add(1);
+    if (!testing::pollUntil([&] { return started.load() == 2; })) together = false;
     std::lock_guard guard(lock);
     threads.insert(std::this_thread::get_id());
   });
   ThreadPool::setConcurrency(0);
+  EXPECT_TRUE(together) << "the two iterations never ran at the same time";
   EXPECT_EQ(threads.size(), 2u);
 }
 

@@ -4,6 +4,7 @@
 
 #include <fcntl.h>
 #include <poll.h>
+#include <sys/ioctl.h>
 #include <unistd.h>
 
 #include <chrono>
@@ -18,6 +19,7 @@
 #include "mcp/logger.h"
 #include "mcp/stdio_transport.h"
 #include "mcp/value.h"
+#include "tests/hang_guard.h"
 
 namespace vorno::mcp::testing {
 
@@ -42,6 +44,8 @@ class PipeClient {
   std::shared_ptr<StdioTransport> transport() const { return transport_; }
   int serverInput() const { return toServer_[0]; }
   int serverOutput() const { return fromServer_[1]; }
+  /// The end the client reads the server's lines from.
+  int clientInput() const { return fromServer_[0]; }
 
   /// Writes raw bytes to the server's input, all of them (blocking).
   void write(const std::string& bytes) {
@@ -54,6 +58,19 @@ class PipeClient {
   }
   void sendLine(const std::string& json) { write(json + "\n"); }
 
+  /// Waits until the server has read every byte written to it so far; false only if that takes
+  /// longer than the guard.
+  bool waitUntilServerHasRead() const {
+    auto guard = std::chrono::steady_clock::now() + ::vorno::testing::hangGuard;
+    for (;;) {
+      int unread = 0;
+      if (::ioctl(toServer_[0], FIONREAD, &unread) != 0) return false;
+      if (unread == 0) return true;
+      if (std::chrono::steady_clock::now() > guard) return false;
+      std::this_thread::sleep_for(std::chrono::milliseconds(1));
+    }
+  }
+
   /// Ends the server's input: the server sees end of file.
   void closeInput() {
     ::close(toServer_[1]);
@@ -61,7 +78,7 @@ class PipeClient {
   }
 
   /// The next line the server wrote, without its LF; none if none is whole within `timeout`.
-  std::optional<std::string> readLine(std::chrono::milliseconds timeout = std::chrono::seconds(10)) {
+  std::optional<std::string> readLine(std::chrono::milliseconds timeout = ::vorno::testing::hangGuard) {
     auto deadline = std::chrono::steady_clock::now() + timeout;
     for (;;) {
       if (size_t lf = buffer_.find('\n'); lf != std::string::npos) {
@@ -80,9 +97,27 @@ class PipeClient {
     }
   }
 
+  /// A whole line the server has written by now, without waiting for one. A test calls it once
+  /// whatever could have been written is known to be written.
+  std::optional<std::string> lineWaiting() {
+    for (;;) {
+      if (size_t lf = buffer_.find('\n'); lf != std::string::npos) {
+        std::string line = buffer_.substr(0, lf);
+        buffer_.erase(0, lf + 1);
+        return line;
+      }
+      pollfd entry{fromServer_[0], POLLIN, 0};
+      if (::poll(&entry, 1, 0) <= 0 || !(entry.revents & POLLIN)) return std::nullopt;
+      char chunk[65536];
+      ssize_t n = ::read(fromServer_[0], chunk, sizeof chunk);
+      if (n <= 0) return std::nullopt;
+      buffer_.append(chunk, static_cast<size_t>(n));
+    }
+  }
+
   /// The next line read as a Value; fails the caller's expectations by returning null when
   /// there is none or it is no JSON.
-  Value readMessage(std::chrono::milliseconds timeout = std::chrono::seconds(10)) {
+  Value readMessage(std::chrono::milliseconds timeout = ::vorno::testing::hangGuard) {
     auto line = readLine(timeout);
     if (!line) return Value();
     auto value = Value::parse(*line);
@@ -119,7 +154,7 @@ class LogCapture {
     return false;
   }
   /// Waits up to `timeout` for a line holding `text`.
-  bool waitFor(std::string_view text, std::chrono::milliseconds timeout = std::chrono::seconds(5)) const {
+  bool waitFor(std::string_view text, std::chrono::milliseconds timeout = ::vorno::testing::hangGuard) const {
     auto deadline = std::chrono::steady_clock::now() + timeout;
     while (std::chrono::steady_clock::now() < deadline) {
       if (contains(text)) return true;

@@ -27,6 +27,18 @@ struct ServerHarness {
 
   void start(InitializeHook hook = {}) { server.start(client.transport(), std::move(hook)); }
 
+  /// What `markAndReadNext` expects back when nothing else was written before it.
+  static constexpr const char* markAnswer = R"({"id":"mark","jsonrpc":"2.0","result":{}})";
+
+  /// Sends a ping of the test's own and returns the next line written back: `markAnswer` when
+  /// nothing else was written. Whatever the loop wrote for earlier messages comes before it,
+  /// because the loop handles messages in order; the answer of a request that is still running
+  /// may come later, so a test first waits for those to end (Server::runningRequestCount).
+  std::optional<std::string> markAndReadNext() {
+    client.sendLine(request("\"mark\"", "ping"));
+    return client.readLine();
+  }
+
   /// Sends one line and reads the next line written back.
   Value exchange(const std::string& line) {
     client.sendLine(line);
