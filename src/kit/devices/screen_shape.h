@@ -8,6 +8,7 @@
 #pragma once
 
 #include "kit/devices/mask_image.h"
+#include "kit/util/geometry.h"
 #include "kit/util/path.h"
 
 #include <optional>

@@ -4,6 +4,7 @@
 #pragma once
 
 #include "kit/model/fill.h"
+#include "kit/util/geometry.h"
 
 typedef struct _cairo cairo_t;
 

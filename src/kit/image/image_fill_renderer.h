@@ -7,6 +7,7 @@
 
 #include "kit/image/image.h"
 #include "kit/model/fill.h"
+#include "kit/util/geometry.h"
 
 #include <memory>
 #include <string>

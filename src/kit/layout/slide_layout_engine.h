@@ -19,6 +19,7 @@
 #include "kit/layout/style_context.h"
 #include "kit/model/project.h"
 #include "kit/model/store_target.h"
+#include "kit/util/geometry.h"
 
 #include <optional>
 #include <string>

@@ -5,6 +5,7 @@
 #include "kit/model/fill.h"
 #include "kit/model/motion.h"
 #include "kit/model/slide.h"
+#include "kit/util/geometry.h"
 
 #include <optional>
 #include <string>

@@ -1,3 +1,4 @@
+#include "kit/util/geometry.h"
 #include "kit/model/fill.h"
 
 #include <gtest/gtest.h>

@@ -1,3 +1,4 @@
+#include "kit/util/geometry.h"
 #include "kit/model/image_sampler.h"
 
 #include "tests/temp_folder.h"

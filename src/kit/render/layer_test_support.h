@@ -3,6 +3,7 @@
 
 #include "kit/image/image.h"
 #include "kit/layout/element_layout.h"
+#include "kit/util/geometry.h"
 
 #include <algorithm>
 #include <array>

@@ -8,6 +8,7 @@
 #include "kit/layout/element_layout.h"
 #include "kit/model/fill.h"
 #include "kit/model/store_target.h"
+#include "kit/util/geometry.h"
 
 #include <algorithm>
 #include <atomic>

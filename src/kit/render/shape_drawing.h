@@ -4,6 +4,7 @@
 #pragma once
 
 #include "kit/layout/element_layout.h"
+#include "kit/util/geometry.h"
 #include "kit/util/path.h"
 
 typedef struct _cairo cairo_t;

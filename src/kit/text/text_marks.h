@@ -3,6 +3,7 @@
 #pragma once
 
 #include "kit/text/text_layout.h"
+#include "kit/util/geometry.h"
 
 #include <vector>
 
