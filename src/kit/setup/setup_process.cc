@@ -74,10 +74,14 @@ namespace SetupProcess {
 
 SetupProcessResult run(const std::string& program, const std::vector<std::string>& arguments, int timeoutSeconds) {
   int outPipe[2], errPipe[2];
-  if (::pipe2(outPipe, O_CLOEXEC | O_NONBLOCK) != 0) throw VornoError::io("Couldn't run " + program + ": " + errorText(errno) + ".");
+  if (::pipe2(outPipe, O_CLOEXEC) != 0) throw VornoError::io("Couldn't run " + program + ": " + errorText(errno) + ".");
   Fd outRead{outPipe[0]}, outWrite{outPipe[1]};
-  if (::pipe2(errPipe, O_CLOEXEC | O_NONBLOCK) != 0) throw VornoError::io("Couldn't run " + program + ": " + errorText(errno) + ".");
+  if (::pipe2(errPipe, O_CLOEXEC) != 0) throw VornoError::io("Couldn't run " + program + ": " + errorText(errno) + ".");
   Fd errRead{errPipe[0]}, errWrite{errPipe[1]};
+  // Only our reading ends are non-blocking: the child writes to blocking pipes, as programs expect,
+  // and waits while we drain the other one.
+  ::fcntl(outRead.fd, F_SETFL, O_NONBLOCK);
+  ::fcntl(errRead.fd, F_SETFL, O_NONBLOCK);
 
   posix_spawn_file_actions_t actions;
   posix_spawn_file_actions_init(&actions);
