@@ -6,7 +6,7 @@ FUZZ_SECONDS ?= 60
 JOBS ?= $(shell nproc)
 EXAMPLE := examples/Demo.vorno
 
-.PHONY: all setup build test demo demo-captures fuzz bench goldens clean
+.PHONY: all setup build build-program test demo demo-captures fuzz bench goldens install uninstall deb clean
 
 all: build
 
@@ -24,7 +24,12 @@ MCP_CLIENT := tests/mcp_client
 $(MCP_CLIENT)/node_modules/.package-lock.json: $(MCP_CLIENT)/package-lock.json $(MCP_CLIENT)/package.json
 	cd $(MCP_CLIENT) && npm ci --no-audit --no-fund
 
-test: build $(MCP_CLIENT)/node_modules/.package-lock.json
+# Claude Code's command line, for the end-to-end test of `vorno setup`, pinned the same way.
+AGENT_SETUP := tests/agent_setup
+$(AGENT_SETUP)/node_modules/.package-lock.json: $(AGENT_SETUP)/package-lock.json $(AGENT_SETUP)/package.json
+	cd $(AGENT_SETUP) && npm ci --no-audit --no-fund
+
+test: build $(MCP_CLIENT)/node_modules/.package-lock.json $(AGENT_SETUP)/node_modules/.package-lock.json
 	cd $(BUILD) && ctest --output-on-failure -j $(JOBS)
 
 # Rewrites tests/golden/*.png from the current renderer, after a deliberate change of the
@@ -74,6 +79,28 @@ fuzz: setup $(FUZZ_BUILD)/build.ninja
 	mkdir -p fuzz/corpus
 	$(FUZZ_BUILD)/fuzz_project_decode -max_total_time=$(FUZZ_SECONDS) -max_len=65536 \
 	  -print_final_stats=1 fuzz/corpus fuzz/seeds
+
+# The program alone, for installing and packaging: the tests and benchmarks are not needed.
+build-program: setup $(BUILD)/build.ninja
+	cmake --build $(BUILD) -j $(JOBS) --target vorno
+
+# Installs bin/vorno and share/vorno under PREFIX (DESTDIR is put in front, for staging). The
+# program finds its resources from its own place, so any PREFIX works.
+PREFIX ?= /usr/local
+install: build-program
+	DESTDIR="$(DESTDIR)" cmake --install $(BUILD) --prefix "$(PREFIX)"
+
+# Removes what `make install` put under the same PREFIX: the program and its share folder, which
+# holds nothing but vorno's own files.
+uninstall:
+	rm -f "$(DESTDIR)$(PREFIX)/bin/vorno"
+	rm -rf "$(DESTDIR)$(PREFIX)/share/vorno"
+
+# A Debian package of the program and its resources: $(BUILD)/vorno_<version>_amd64.deb, with its
+# runtime dependencies declared, for `apt-get install ./vorno_<version>_amd64.deb`.
+deb: build-program
+	cd $(BUILD) && cpack -G DEB
+	@ls $(BUILD)/vorno_*.deb
 
 clean:
 	rm -rf $(BUILD) $(FUZZ_BUILD)

@@ -25,9 +25,11 @@ namespace vorno::testing {
 class MCPProcess {
  public:
   /// Starts `vorno mcp` in `directory`; its standard error goes to `errorLog` (or nowhere), and
-  /// `environment` ("NAME=value") is added to what it inherits.
+  /// `environment` ("NAME=value") is added to what it inherits. `program` is the vorno to run:
+  /// the build's own unless a test installed one elsewhere.
   explicit MCPProcess(const std::string& directory, const std::string& errorLog = "/dev/null",
-                      const std::vector<std::string>& environment = {}) {
+                      const std::vector<std::string>& environment = {},
+                      const std::string& program = VORNO_BINARY) {
     int input[2], output[2];
     if (::pipe2(input, O_CLOEXEC) != 0 || ::pipe2(output, O_CLOEXEC) != 0) throw std::runtime_error("pipe failed");
     pid_ = ::fork();
@@ -39,7 +41,7 @@ class MCPProcess {
       if (error >= 0) ::dup2(error, 2);
       if (::chdir(directory.c_str()) != 0) ::_exit(126);
       for (const std::string& variable : environment) ::putenv(const_cast<char*>(variable.c_str()));
-      ::execl(VORNO_BINARY, VORNO_BINARY, "mcp", static_cast<char*>(nullptr));
+      ::execl(program.c_str(), program.c_str(), "mcp", static_cast<char*>(nullptr));
       ::_exit(127);
     }
     ::close(input[0]);

@@ -32,6 +32,11 @@ std::string sourceDir() { return VORNO_SOURCE_DIR; }
 
 ProcessResult runProcess(const std::string& program, const std::vector<std::string>& args,
                          const std::string& directory) {
+  return runProcess(program, args, directory, {});
+}
+
+ProcessResult runProcess(const std::string& program, const std::vector<std::string>& args, const std::string& directory,
+                         const std::vector<std::pair<std::string, std::string>>& environment) {
   // Output goes to files rather than pipes, so a chatty child can never block on a full pipe.
   std::string scratch = makeTempFolder("vorno-run");
   std::string outPath = scratch + "/out", errPath = scratch + "/err";
@@ -46,6 +51,12 @@ ProcessResult runProcess(const std::string& program, const std::vector<std::stri
     dup2(out, 1);
     dup2(err, 2);
     if (!directory.empty() && chdir(directory.c_str()) != 0) _exit(126);
+    for (const auto& [name, value] : environment) {
+      if (value.empty())
+        unsetenv(name.c_str());
+      else
+        setenv(name.c_str(), value.c_str(), 1);
+    }
     std::vector<char*> argv;
     argv.push_back(const_cast<char*>(program.c_str()));
     for (const auto& arg : args) argv.push_back(const_cast<char*>(arg.c_str()));

@@ -2,6 +2,7 @@
 #pragma once
 
 #include <string>
+#include <utility>
 #include <vector>
 
 namespace vorno::testing {
@@ -15,6 +16,10 @@ struct ProcessResult {
 /// Runs `program` with `args` in `directory` (empty: the current one), stdin closed.
 ProcessResult runProcess(const std::string& program, const std::vector<std::string>& args,
                          const std::string& directory = "");
+
+/// The same with environment variables set (or, with an empty value, removed) in the child only.
+ProcessResult runProcess(const std::string& program, const std::vector<std::string>& args, const std::string& directory,
+                         const std::vector<std::pair<std::string, std::string>>& environment);
 
 /// Runs the vorno executable built beside the tests.
 ProcessResult runVorno(const std::vector<std::string>& args, const std::string& directory = "");

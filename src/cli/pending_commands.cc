@@ -12,7 +12,6 @@ namespace {
 
 }  // namespace
 
-int runSetup(const ParsedArguments&) { notAvailable("setup"); }
 int runVideo(const ParsedArguments&) { notAvailable("video"); }
 int runCapture(const ParsedArguments&) { notAvailable("capture"); }
 

@@ -4,6 +4,7 @@
 #include "cli/help.h"
 #include "kit/image/image_decode.h"
 #include "kit/model/vorno_info.h"
+#include "kit/util/program_location.h"
 #include "kit/util/vorno_error.h"
 
 #include <CLI/CLI.hpp>
@@ -102,6 +103,7 @@ int usageFailure(const std::string& message, const CommandSpec* command) {
 }  // namespace
 
 int run(int argc, char** argv) {
+  if (argc > 0) rememberProgramArgument(argv[0]);
   // Checks that read an image fill's pixels (text contrast over a photo) read them from the file.
   installImageLoaders();
   CLI::App app{rootAbstract, "vorno"};

@@ -32,7 +32,8 @@ struct Guide {
   /// a short Markdown text under `title` that names the folders and how to repair the install.
   static std::string authored(const std::string& fileName, const std::string& title,
                               const std::vector<std::string>& folders);
-  /// Where the authored documents are looked for: $VORNO_SHARE_DIR, the installed share folder,
+  /// Where the authored documents are looked for: $VORNO_SHARE_DIR, the share folder installed beside
+  /// the program,
   /// then the source tree's resources (the folders of the symbol table).
   static std::vector<std::string> folders();
 };

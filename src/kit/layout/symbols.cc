@@ -1,5 +1,7 @@
 #include "kit/layout/symbols.h"
 
+#include "kit/util/program_location.h"
+
 #include <cstdlib>
 #include <filesystem>
 #include <fstream>
@@ -60,9 +62,9 @@ namespace Symbols {
 std::vector<std::string> resourceFolders() {
   std::vector<std::string> folders;
   if (const char* env = std::getenv("VORNO_SHARE_DIR"); env && *env) folders.emplace_back(env);
-#ifdef VORNO_SHARE_DIR
-  folders.emplace_back(VORNO_SHARE_DIR);
-#endif
+  // The installed tree is found from the program's own place rather than from the prefix it was
+  // built for, so a package unpacked elsewhere or a moved tree still finds its resources.
+  if (auto share = installedShareFolder()) folders.push_back(share->string());
 #ifdef VORNO_SOURCE_RESOURCES
   folders.emplace_back(VORNO_SOURCE_RESOURCES);
 #endif

@@ -43,7 +43,8 @@ bool resolves(std::string_view name);
 /// The icon's SVG file; nothing for a name that doesn't resolve.
 std::optional<std::string> svgPath(std::string_view name);
 /// The process-wide table, loaded on first use from the first resource folder that holds
-/// symbols.tsv: $VORNO_SHARE_DIR, the installed share folder, then the source tree's resources.
+/// symbols.tsv: $VORNO_SHARE_DIR, the share folder installed beside the program (<program
+/// folder>/../share/vorno), then the source tree's resources.
 const SymbolTable& shared();
 
 /// The resource folders in the order they are searched.
