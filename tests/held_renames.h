@@ -127,15 +127,24 @@ class HeldRenames {
     return filter;
   }
 
-  static bool sendDescriptor(int socket, int descriptor) {
+  // One byte of data with room for one descriptor beside it: the form both ends of the socket use.
+  struct DescriptorMessage {
     char byte = 0;
     iovec data{&byte, 1};
     alignas(cmsghdr) char control[CMSG_SPACE(sizeof(int))] = {};
     msghdr message{};
-    message.msg_iov = &data;
-    message.msg_iovlen = 1;
-    message.msg_control = control;
-    message.msg_controllen = sizeof control;
+    DescriptorMessage() {
+      message.msg_iov = &data;
+      message.msg_iovlen = 1;
+      message.msg_control = control;
+      message.msg_controllen = sizeof control;
+    }
+    DescriptorMessage(const DescriptorMessage&) = delete;  // the header points into itself
+  };
+
+  static bool sendDescriptor(int socket, int descriptor) {
+    DescriptorMessage form;
+    msghdr& message = form.message;
     cmsghdr* header = CMSG_FIRSTHDR(&message);
     header->cmsg_level = SOL_SOCKET;
     header->cmsg_type = SCM_RIGHTS;
@@ -145,14 +154,8 @@ class HeldRenames {
   }
 
   static int receiveDescriptor(int socket) {
-    char byte = 0;
-    iovec data{&byte, 1};
-    alignas(cmsghdr) char control[CMSG_SPACE(sizeof(int))] = {};
-    msghdr message{};
-    message.msg_iov = &data;
-    message.msg_iovlen = 1;
-    message.msg_control = control;
-    message.msg_controllen = sizeof control;
+    DescriptorMessage form;
+    msghdr& message = form.message;
     if (::recvmsg(socket, &message, MSG_CMSG_CLOEXEC) != 1) return -1;  // the child could not filter
     cmsghdr* header = CMSG_FIRSTHDR(&message);
     if (!header || header->cmsg_type != SCM_RIGHTS) return -1;
