@@ -32,4 +32,9 @@ std::vector<uint8_t> encode(const Image& image, ImageType type, double quality =
 /// Encodes and writes atomically (the file appears whole or not at all).
 void write(const Image& image, const std::string& path, ImageType type, double quality = 0.86);
 
+/// The share of pixels that differ visibly between two pictures: 1 when the sizes differ,
+/// otherwise the pixels whose |Δr| + |Δg| + |Δb| is above 6, over the pixel count, with both
+/// pictures taken opaque.
+double pixelDifference(const Image& a, const Image& b);
+
 }  // namespace vorno::Images

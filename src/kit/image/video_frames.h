@@ -3,6 +3,7 @@
 // rendering writes such paths, and the caches send them here instead of to the decoders.
 #pragma once
 
+#include "kit/image/image.h"
 #include "kit/util/geometry.h"
 
 #include <array>
@@ -25,6 +26,13 @@ class VideoFrames {
   /// The size of the recording's pictures as shown: the video track's size, turned by the
   /// track's rotation. Reads the container's headers only; nothing for an unplayable file.
   static std::optional<Size> pixelSize(const std::string& path);
+
+  /// The picture of the recording at `seconds`, looped over its duration, decoded exactly (not
+  /// the nearest key frame) and turned upright by the track's rotation. Decoded frames are kept
+  /// in a small LRU cache keyed by path, modification time and time. Safe from any thread.
+  /// Throws VornoError: invalid "Not a playable recording: <path>", io "Couldn't read a frame
+  /// of the recording: <error>", io "Couldn't convert a frame of the recording."
+  static Image frame(const std::string& path, double seconds);
 };
 
 }  // namespace vorno

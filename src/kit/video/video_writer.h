@@ -1,0 +1,44 @@
+// VideoWriter: a series of images into an H.264 MP4, one file per writer, used from one thread.
+// High profile with CABAC, a key frame every second at least, an average bit rate of 0.12 bits
+// per pixel per frame, BT.709 colour tags, yuv420p, and the index at the front of the file so
+// that a browser starts playing before the whole file has arrived.
+//
+//   VideoWriter writer("/tmp/loop.mp4", 1920, 1080, 30);
+//   for (const Image& frame : frames) writer.append(frame);
+//   writer.finish();
+#pragma once
+
+#include "kit/image/image.h"
+
+#include <cstdint>
+#include <memory>
+#include <string>
+
+namespace vorno {
+
+class VideoWriter {
+ public:
+  /// Removes any file at `path` and starts a video of that size and frame rate. Throws
+  /// VornoError::io when the encoder can't take that size.
+  VideoWriter(std::string path, int width, int height, int fps);
+  ~VideoWriter();
+  VideoWriter(const VideoWriter&) = delete;
+  VideoWriter& operator=(const VideoWriter&) = delete;
+
+  /// The average bit rate asked of the encoder: width × height × fps × 0.12, truncated.
+  static int64_t averageBitRate(int width, int height, int fps);
+
+  /// Adds one frame, drawn over the full size (an image of another size is scaled to fit it).
+  void append(const Image& image);
+  /// Writes the rest and closes the file. A writer that is destroyed unfinished leaves an
+  /// unfinished file, which the next writer at that path replaces.
+  void finish();
+
+  int framesWritten() const;
+
+ private:
+  struct Encoder;
+  std::unique_ptr<Encoder> encoder_;
+};
+
+}  // namespace vorno
