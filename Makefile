@@ -44,9 +44,10 @@ EXAMPLE_LIST = node -e 'const p = require("./$(EXAMPLE)/project.json"); \
   targets: p.targets, locales: p.locales}; console.log(ids[process.argv[1]].join(" "))'
 
 # Lints the example, then renders its overview for every target and locale, every slide for every
-# target and locale, and each creative once per locale (a creative has its own canvas), into
-# $(EXAMPLE)/renders; then exports the whole set in the vorno layout into $(EXAMPLE)/exports and
-# prints the summary.
+# target and locale, and each creative once per locale (a creative has its own canvas; one in
+# motion also as a filmstrip of its loop), into $(EXAMPLE)/renders; then exports the whole set in
+# the vorno layout into $(EXAMPLE)/exports, a creative in motion as its poster PNG and its MP4,
+# and prints the summary.
 demo: build
 	$(BUILD)/vorno lint --project $(EXAMPLE)
 	@set -e; \
@@ -59,6 +60,7 @@ demo: build
 	done; done; \
 	for c in $$($(EXAMPLE_LIST) creatives); do for l in $$locales; do \
 	  $(BUILD)/vorno render --project $(EXAMPLE) --slide $$c --locale $$l; \
+	  $(BUILD)/vorno render --project $(EXAMPLE) --slide $$c --locale $$l --filmstrip; \
 	done; done
 	@echo "The demo's renders are in $(EXAMPLE)/renders/"
 	$(BUILD)/vorno export --project $(EXAMPLE) --layout vorno

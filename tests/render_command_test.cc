@@ -1,6 +1,7 @@
 // `vorno render` and `vorno overview` as a person runs them: default paths under renders/, the
 // validation errors with status 64, layers with layers.json, and sheets per look.
 #include "kit/image/images.h"
+#include "kit/util/geometry.h"
 #include "tests/run_process.h"
 #include "tests/temp_folder.h"
 
@@ -133,13 +134,49 @@ TEST_F(RenderCommand, LayersOnACreativeInMotionWritesNoLayers) {
   EXPECT_EQ(result.out.find("layers.json"), std::string::npos);
 }
 
-TEST_F(RenderCommand, TimeThreeNamesTheFileWithZeroPaddedSeconds) {
+// The mean row of the dark pixels of a picture: where black words on white stand.
+double inkRow(const Image& image) {
+  double rows = 0, count = 0;
+  for (int y = 0; y < image.height(); ++y) {
+    const auto* row = reinterpret_cast<const uint32_t*>(image.data() + static_cast<size_t>(y) * image.stride());
+    for (int x = 0; x < image.width(); ++x)
+      if (((row[x] >> 8) & 0xFF) < 100) {
+        rows += y;
+        ++count;
+      }
+  }
+  return count ? rows / count : -1;
+}
+
+TEST_F(RenderCommand, TimeThreeNamesTheFileWithZeroPaddedSecondsAndDrawsThatMoment) {
   auto root = package(document(twoSlides, movingCreative));
   auto result = runVorno({"render", "--project", root, "--slide", "wave", "--time", "3"});
   ASSERT_EQ(result.status, 0) << result.err;
   fs::path expected = fs::path(root) / "renders" / "wave-ios.search-results-en-US-03.00s.png";
   EXPECT_EQ(result.out.substr(0, result.out.find('\n')), expected.string());
-  EXPECT_TRUE(fs::exists(expected));
+  auto start = runVorno({"render", "--project", root, "--slide", "wave", "--time", "0"});
+  ASSERT_EQ(start.status, 0) << start.err;
+
+  // The headline's track takes its centre from 0.4 of the height at 0 s towards 0.6 at 8 s,
+  // eased in and out: at 3 s it stands at 0.4 + 0.2 × 0.211, about 108 px lower.
+  Image atThree = Images::load(expected.string());
+  Image atZero = Images::load((fs::path(root) / "renders" / "wave-ios.search-results-en-US-00.00s.png").string());
+  ASSERT_EQ(atThree.width(), 3840);
+  EXPECT_NEAR(inkRow(atZero), 0.4 * 2560, 25);
+  EXPECT_NEAR(inkRow(atThree) - inkRow(atZero), 0.2 * 4 * 0.375 * 0.375 * 0.375 * 2560, 12);
+}
+
+TEST_F(RenderCommand, FilmstripOfACreativeInMotionShowsEightMomentsOnOneSheet) {
+  auto root = package(document(twoSlides, movingCreative));
+  auto result = runVorno({"render", "--project", root, "--slide", "wave", "--filmstrip"});
+  ASSERT_EQ(result.status, 0) << result.err;
+  fs::path expected = fs::path(root) / "renders" / "wave-ios.search-results-en-US-filmstrip.png";
+  EXPECT_EQ(result.out, expected.string() + "\n");
+  // Eight tiles in two rows of four on a sheet 2400 px wide: tiles (2400 − 5 × 24) / 4 = 570 px
+  // wide, 380 high on the 3:2 canvas.
+  auto size = Images::pixelSize(expected.string());
+  ASSERT_TRUE(size);
+  EXPECT_EQ(*size, (Size{2400, 2 * (380 + 54) + 3 * 24}));
 }
 
 TEST_F(RenderCommand, LayerIdHeroPhoneSlashOneBecomesASafeFileName) {

@@ -2,6 +2,7 @@
 // person can judge the set as a whole, and compare looks with --all-variants.
 #include "cli/command_spec.h"
 #include "cli/commands.h"
+#include "cli/render_paths.h"
 #include "kit/image/images.h"
 #include "kit/model/project.h"
 #include "kit/model/store_target.h"
@@ -18,11 +19,6 @@
 namespace vorno::cli {
 
 namespace fs = std::filesystem;
-
-// Defined with `render`.
-const StoreTarget& slideTarget(const Project& project, const std::optional<std::string>& requested);
-std::string runLocale(const Project& project, const std::optional<std::string>& requested);
-fs::path outputPath(const std::optional<std::string>& out, const FileProjectStore& store, const std::string& name);
 
 int runOverview(const ParsedArguments& args) {
   FileProjectStore store(standardizePath(*args.string("project")));

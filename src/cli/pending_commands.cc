@@ -12,7 +12,6 @@ namespace {
 
 }  // namespace
 
-int runVideo(const ParsedArguments&) { notAvailable("video"); }
 int runCapture(const ParsedArguments&) { notAvailable("capture"); }
 
 }  // namespace vorno::cli

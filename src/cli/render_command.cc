@@ -2,13 +2,15 @@
 // --out), then the layout's issues. With --layers, also every layer as its own PNG and
 // layers.json.
 //
-// A creative in motion is rendered as its poster still through the same still path for now: the
-// moment (--time) names the file, and --filmstrip is refused, until motion rendering lands.
+// A creative in motion is drawn at one moment (--time, by default its poster), or as a filmstrip
+// of eight moments across its loop.
 #include "cli/command_spec.h"
 #include "cli/commands.h"
+#include "cli/render_paths.h"
 #include "kit/image/images.h"
 #include "kit/model/project.h"
 #include "kit/model/store_target.h"
+#include "kit/motion/motion_renderer.h"
 #include "kit/render/creative_guides.h"
 #include "kit/render/slide_renderer.h"
 #include "kit/store/file_project_store.h"
@@ -29,7 +31,6 @@ namespace vorno::cli {
 
 namespace fs = std::filesystem;
 
-// Shared with `overview`: the target of a slide, and the locale of a run.
 const StoreTarget& slideTarget(const Project& project, const std::optional<std::string>& requested) {
   std::optional<std::string> id = requested;
   if (!id && !project.targets.empty()) id = project.targets.front();
@@ -45,7 +46,6 @@ std::string runLocale(const Project& project, const std::optional<std::string>& 
   return project.locales.empty() ? "en-US" : project.locales.front();
 }
 
-// A given --out is taken as it stands; the default lives in renders/, made when needed.
 fs::path outputPath(const std::optional<std::string>& out, const FileProjectStore& store, const std::string& name) {
   if (out) {
     fs::path path = fs::absolute(*out);
@@ -92,6 +92,31 @@ void writeLayers(const fs::path& folder, const Project& project, const fs::path&
   std::cout << index.string() << "\n";
 }
 
+// A creative in motion: eight moments on one sheet, or one moment at full size. Layers are never
+// written for it: each moment has its own.
+int renderMotion(const ParsedArguments& args, const Project& project, const FileProjectStore& store,
+                 const Creative& creative, const StoreTarget& target, const std::string& locale, bool guides) {
+  MotionRenderer motion;
+  const std::string name = creative.id() + "-" + target.id + "-" + locale;
+  if (args.flag("filmstrip")) {
+    MotionRenderer::Filmstrip strip = motion.filmstrip(project, store.root().string(), creative, locale, 8, 2400, guides);
+    fs::path path = outputPath(args.string("out"), store, name + "-filmstrip.png");
+    Images::write(strip.image, path.string(), Images::ImageType::png);
+    std::cout << path.string() << "\n";
+    return 0;
+  }
+  const double seconds = args.number("time").value_or(creative.motion->posterTime());
+  fs::path path =
+      outputPath(args.string("out"), store, name + "-" + formatted("%05.2f", seconds) + "s" + (guides ? "-guides" : "") + ".png");
+  MotionRenderer::Frame frame = motion.frame(project, store.root().string(), creative, locale, seconds, 1.0);
+  Image image = guides ? CreativeGuides::overlay(frame.image, target) : frame.image;
+  Images::write(image, path.string(), Images::ImageType::png);
+  std::cout << path.string() << "\n";
+  for (const auto& issue : SlideRenderer::report(frame.composed, frame.image).issues)
+    std::cout << issue.description() << "\n";
+  return 0;
+}
+
 }  // namespace
 
 int runRender(const ParsedArguments& args) {
@@ -117,15 +142,9 @@ int runRender(const ParsedArguments& args) {
   }
   const std::string locale = runLocale(project, args.string("locale"));
   const bool guides = args.flag("guides");
-  const bool moving = creative && creative->motion;
-  if (moving && args.flag("filmstrip"))
-    throw VornoError::invalid("Filmstrips of creatives in motion are not available in this build yet.");
+  if (creative && creative->motion) return renderMotion(args, project, store, *creative, *target, locale, guides);
 
   std::string name = slide->id + "-" + target->id + "-" + locale;
-  if (moving) {
-    double seconds = args.number("time").value_or(creative->motion->posterTime());
-    name += "-" + formatted("%05.2f", seconds) + "s";
-  }
   if (guides) name += "-guides";
   fs::path path = outputPath(args.string("out"), store, name + ".png");
 
@@ -137,8 +156,7 @@ int runRender(const ParsedArguments& args) {
   std::cout << path.string() << "\n";
   for (const auto& issue : output.report.issues) std::cout << issue.description() << "\n";
 
-  // The motion branch comes first: a creative in motion has no layers to write.
-  if (auto layers = args.string("layers"); layers && !moving)
+  if (auto layers = args.string("layers"))
     writeLayers(fs::absolute(*layers), project, store.root(), *slide, *target, locale, renderer);
   return 0;
 }

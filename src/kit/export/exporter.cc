@@ -16,6 +16,7 @@
 #include "kit/lint/linter.h"
 #include "kit/model/project.h"
 #include "kit/model/store_target.h"
+#include "kit/motion/motion_renderer.h"
 #include "kit/render/layer_cache.h"
 #include "kit/render/slide_renderer.h"
 #include "kit/store/file_name.h"
@@ -24,6 +25,7 @@
 #include "kit/util/paths.h"
 #include "kit/util/thread_pool.h"
 #include "kit/util/vorno_error.h"
+#include "kit/video/video_exporter.h"
 
 #include <algorithm>
 #include <exception>
@@ -190,9 +192,18 @@ ExportSummary Exporter::exportLook(const Project& project, const FileProjectStor
   ThreadPool::parallelFor(jobs.size(), [&](size_t index) {
     const Job& job = jobs[index];
     try {
-      // A creative in motion is exported as its poster, the still of its slide, until its video
-      // is written beside it.
-      composed[index] = renderer_.engine().layout(project, root, *job.slide, job.target, job.locale);
+      if (job.moving) {
+        // A creative in motion: its PNG is the poster, the moment of the loop chosen for the still.
+        const Motion& motion = *job.moving->motion;
+        std::optional<ComposedSlide> poster = MotionRenderer(renderer_).layout(
+            project, root, *job.moving, job.locale, motion.frame(motion.posterTime()), &job.target);
+        if (!poster)
+          throw VornoError::invalid("Creative " + job.moving->id() + " is on canvas " + job.moving->canvas +
+                                    ", which Vorno doesn't know.");
+        composed[index] = std::move(*poster);
+      } else {
+        composed[index] = renderer_.engine().layout(project, root, *job.slide, job.target, job.locale);
+      }
     } catch (...) {
       failures[index] = std::current_exception();
     }
@@ -219,6 +230,14 @@ ExportSummary Exporter::exportLook(const Project& project, const FileProjectStor
   };
   std::stable_sort(order.begin(), order.end(), [&](size_t a, size_t b) { return rank(a) < rank(b); });
 
+  // The videos of creatives in motion, one at a time after every picture: each uses all cores.
+  std::vector<Job> videos;
+  for (const Job& job : jobs)
+    if (job.moving)
+      videos.push_back({job.target, job.locale, job.slide,
+                        creativePath(layout, job.target, job.locale, job.moving->id(), "mp4"), job.moving});
+  const size_t files = jobs.size() + videos.size();
+
   std::vector<JobResult> results(jobs.size());
   std::mutex lock;
   std::exception_ptr firstFailure;
@@ -241,7 +260,7 @@ ExportSummary Exporter::exportLook(const Project& project, const FileProjectStor
       results[index] = {true, std::move(found)};
       if (progress_) {
         std::lock_guard<std::mutex> guard(lock);
-        progress_({look, looks, ++finished, jobs.size(), job.path});
+        progress_({look, looks, static_cast<double>(++finished), files, job.path});
       }
     } catch (...) {
       std::lock_guard<std::mutex> guard(lock);
@@ -254,6 +273,26 @@ ExportSummary Exporter::exportLook(const Project& project, const FileProjectStor
   // Nothing of the old export has been touched yet: the manifest still lists every old file.
   if (firstFailure) rethrow(firstFailure, failedPath);
 
+  std::vector<std::vector<Issue>> videoIssues;
+  VideoExporter videoExporter{MotionRenderer(renderer_)};
+  for (const Job& video : videos) {
+    const fs::path file = folder / video.path;
+    try {
+      createFolders(file.parent_path());
+      videoIssues.push_back(videoExporter.write(
+          project, root, *video.moving, video.locale, file.string(),
+          [&](int done, int total) {
+            if (progress_ && done < total)
+              progress_({look, looks, static_cast<double>(finished) + static_cast<double>(done) / total, files,
+                         video.path, true});
+          },
+          &video.target));
+    } catch (...) {
+      rethrow(std::current_exception(), file.string());
+    }
+    if (progress_) progress_({look, looks, static_cast<double>(++finished), files, video.path});
+  }
+
   ExportSummary summary;
   summary.directory = folder.string();
   std::vector<ExportManifest::Entry> entries;
@@ -261,6 +300,11 @@ ExportSummary Exporter::exportLook(const Project& project, const FileProjectStor
     summary.files.push_back((folder / jobs[i].path).string());
     entries.push_back({jobs[i].path, layout, jobs[i].target.id, jobs[i].locale});
     for (auto& issue : results[i].issues) issues.push_back(std::move(issue));
+  }
+  for (size_t i = 0; i < videos.size(); ++i) {
+    summary.files.push_back((folder / videos[i].path).string());
+    entries.push_back({videos[i].path, layout, videos[i].target.id, videos[i].locale});
+    for (auto& issue : videoIssues[i]) issues.push_back(std::move(issue));
   }
 
   // This run is the truth for every target and locale it covered, creative canvases included, so

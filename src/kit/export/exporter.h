@@ -31,21 +31,24 @@ struct Project;
 struct Slide;
 struct StoreTarget;
 
-/// Where a running export stands, after each written file: `finished` of `files` in look
-/// `look` of `looks` (one look unless every variant is exported).
+/// Where a running export stands, after each written file and while a video encodes: `finished`
+/// of `files` in look `look` of `looks` (one look unless every variant is exported). A video
+/// counts as one file, done in fractions as its frames are encoded.
 struct ExportProgress {
   size_t look = 0;
   size_t looks = 1;
-  size_t finished = 0;
+  double finished = 0;
   size_t files = 0;
   std::string file;  ///< the file just written, relative to its export folder
+  bool encoding = false;  ///< `file` is a video still being encoded
 };
 
 class Exporter {
  public:
   explicit Exporter(SlideRenderer renderer = SlideRenderer()) : renderer_(std::move(renderer)) {}
 
-  /// Called after each file is written, from the thread that wrote it, one call at a time.
+  /// Called after each file is written and as videos encode, from the thread that did the work,
+  /// one call at a time.
   Exporter& reportingProgress(std::function<void(const ExportProgress&)> handler) {
     progress_ = std::move(handler);
     return *this;

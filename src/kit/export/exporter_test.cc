@@ -6,10 +6,14 @@
 #include "kit/model/store_target.h"
 #include "kit/store/file_project_store.h"
 #include "kit/util/vorno_error.h"
+#include "kit/motion/motion_renderer.h"
+#include "tests/ffprobe.h"
 #include "tests/temp_folder.h"
 
-#include <set>
 #include <gtest/gtest.h>
+
+#include <algorithm>
+#include <set>
 
 #include <fstream>
 
@@ -200,16 +204,57 @@ TEST_F(ExporterTest, LocaleAndCreativeIdsAreCheckedBeforeAnythingIsWritten) {
   EXPECT_FALSE(fs::exists(exports()));
 }
 
-TEST_F(ExporterTest, CreativeWithMotionYieldsPosterPNGAndUniversalOnlyPlainPNG) {
-  std::vector<StoreTarget> targets{small(StoreTarget::appStoreHeader()), small(StoreTarget::appStoreUniversal())};
+TEST_F(ExporterTest, CreativeWithMotionYieldsPosterPNGAndMP4AndUniversalOnlyPlainPNG) {
+  ASSERT_TRUE(testing::ffprobeAvailable()) << "ffprobe is installed by scripts/setup.sh";
+  std::vector<StoreTarget> targets{small(StoreTarget::appStoreHeader(), 20), small(StoreTarget::appStoreUniversal())};
+  std::vector<ExportProgress> reports;
+  exporter_.reportingProgress([&](const ExportProgress& progress) { reports.push_back(progress); });
   auto summary = run(project({}, movingHeader), std::vector<std::string>{"en-US"}, targets);
+  // The PNGs in job order, then the videos, one after the other.
   EXPECT_EQ(summary.files, (std::vector<std::string>{(exports() / "ios/ios.header/en-US/wave.png").string(),
-                                                     (exports() / "ios/ios.universal/en-US/calm.png").string()}));
-  auto poster = Images::pixelSize(summary.files[0]);
-  ASSERT_TRUE(poster);
-  EXPECT_EQ(*poster, (Size{double(targets[0].width), double(targets[0].height)}));
+                                                     (exports() / "ios/ios.universal/en-US/calm.png").string(),
+                                                     (exports() / "ios/ios.header/en-US/wave.mp4").string()}));
+  auto posterSize = Images::pixelSize(summary.files[0]);
+  ASSERT_TRUE(posterSize);
+  EXPECT_EQ(*posterSize, (Size{double(targets[0].width), double(targets[0].height)}));
+
+  // The poster is the moment at its poster time (0 s by default), not another one of the loop.
+  const Project moving = project({}, movingHeader);
+  auto moment = [&](double seconds) {
+    return MotionRenderer().frame(moving, store_.root().string(), moving.creatives[0], "en-US", seconds, 1.0, nullptr,
+                                  &targets[0]).image;
+  };
+  Image poster = Images::load(summary.files[0]);
+  EXPECT_LT(Images::pixelDifference(poster, moment(0)), 0.001);
+  EXPECT_GT(Images::pixelDifference(poster, moment(4)), 0.01);
+
+  testing::VideoProbe video = testing::probeVideo(summary.files[2]);
+  ASSERT_TRUE(video.error.empty()) << video.error;
+  EXPECT_EQ(video.codec, "h264");
+  EXPECT_EQ(video.width, targets[0].width);
+  EXPECT_EQ(video.frameCount, 8 * 30);
+  // The video is in the manifest, so a later run that drops the creative removes it.
+  std::set<std::string> listed;
+  for (const auto& entry : ExportManifest::read(exports()).files) listed.insert(entry.path);
+  EXPECT_TRUE(listed.contains("ios/ios.header/en-US/wave.mp4"));
   // The universal canvas has no video slot: never an MP4 there.
   EXPECT_FALSE(fs::exists(exports() / "ios/ios.universal/en-US/calm.mp4"));
+  // Progress goes on while the video encodes, and ends with it.
+  ASSERT_FALSE(reports.empty());
+  EXPECT_TRUE(std::any_of(reports.begin(), reports.end(), [](const ExportProgress& p) { return p.encoding; }));
+  EXPECT_EQ(reports.back().finished, 3);
+  EXPECT_EQ(reports.back().file, "ios/ios.header/en-US/wave.mp4");
+}
+
+TEST_F(ExporterTest, DroppingACreativeInMotionRemovesItsVideo) {
+  std::vector<StoreTarget> targets{small(StoreTarget::appStoreHeader(), 20)};
+  run(project({}, movingHeader), std::vector<std::string>{"en-US"}, targets);
+  ASSERT_TRUE(fs::exists(exports() / "ios/ios.header/en-US/wave.mp4"));
+  auto summary = run(project({}), std::vector<std::string>{"en-US"}, targets);
+  EXPECT_FALSE(fs::exists(exports() / "ios/ios.header/en-US/wave.mp4"));
+  EXPECT_NE(std::find(summary.removed.begin(), summary.removed.end(),
+                      (exports() / "ios/ios.header/en-US/wave.mp4").string()),
+            summary.removed.end());
 }
 
 TEST_F(ExporterTest, CreativeOnCanvasOutsideTheRunIsSkipped) {

@@ -135,6 +135,20 @@ struct Motion {
   std::map<std::string, MotionPose> scenePoses(const std::vector<MotionScene>& scenes, double at) const;
   /// Every element's pose at `at` seconds, looped over the duration.
   MotionFrame frame(double at) const;
+  /// The moment the loop reaches its end, just before it starts again: tracks and waves as they
+  /// stand at the full duration, the scenes handing back to the first. A loop without a seam
+  /// looks the same here as at 0.
+  MotionFrame loopEnd() const;
+
+  /// How an element hands over between scenes: its own entry in the transition, else the
+  /// transition's style, else rise.
+  TransitionStyle transitionStyle(const std::string& id) const;
+  /// `pose` with the arrival of a hand-over at progress `p` laid over it: the new element
+  /// appears in the second part of the hand-over (at once for a crossfade, at the end for a cut).
+  static MotionPose arrive(const MotionPose& pose, TransitionStyle style, double p);
+  /// `pose` with the departure of a hand-over at progress `p` laid over it: the old element is
+  /// gone in the first part (whole until the end for a crossfade or a cut).
+  static MotionPose depart(const MotionPose& pose, TransitionStyle style, double p);
 };
 
 /// The state of one element at one moment.

@@ -265,18 +265,97 @@ std::map<std::string, MotionPose> Motion::scenePoses(const std::vector<MotionSce
     if (inA == inB) {
       pose.opacity = inA ? 1 : 0;
     } else {
-      TransitionStyle style = TransitionStyle::rise;
-      if (transition) {
-        if (transition->style) style = *transition->style;
-        if (transition->elements)
-          if (auto it = transition->elements->find(id); it != transition->elements->end()) style = it->second;
-      }
-      pose = handOverPose(inB, style, p);
+      pose = handOverPose(inB, transitionStyle(id), p);
     }
     poses.emplace(id, pose);
   }
   return poses;
 }
+
+TransitionStyle Motion::transitionStyle(const std::string& id) const {
+  if (transition && transition->elements)
+    if (auto it = transition->elements->find(id); it != transition->elements->end()) return it->second;
+  if (transition && transition->style) return *transition->style;
+  return TransitionStyle::rise;
+}
+
+namespace {
+
+MotionPose laidOver(MotionPose pose, const MotionPose& change) {
+  pose.dx += change.dx;
+  pose.dy += change.dy;
+  pose.scale *= change.scale;
+  pose.opacity *= change.opacity;
+  pose.lift = pose.lift || change.lift;
+  return pose;
+}
+
+}  // namespace
+
+MotionPose Motion::arrive(const MotionPose& pose, TransitionStyle style, double p) {
+  return laidOver(pose, handOverPose(true, style, p));
+}
+
+MotionPose Motion::depart(const MotionPose& pose, TransitionStyle style, double p) {
+  return laidOver(pose, handOverPose(false, style, p));
+}
+
+namespace {
+
+// Every element's pose at `u` seconds into the loop, put into `result`.
+MotionFrame withPoses(const Motion& motion, MotionFrame result, double u) {
+  const double d = motion.resolvedDuration();
+  std::map<std::string, MotionPose> poses;
+  if (motion.tracks) {
+    for (const auto& [id, track] : *motion.tracks) {
+      // `value` reads each property's keyframes in stable time order, so the track is used as
+      // written.
+      MotionPose& pose = poses[id];
+      if (auto v = Motion::value(track, u, MotionProperty::x)) pose.x = *v;
+      if (auto v = Motion::value(track, u, MotionProperty::y)) pose.y = *v;
+      if (auto v = Motion::value(track, u, MotionProperty::rotation)) pose.rotation = *v;
+      if (auto v = Motion::value(track, u, MotionProperty::scale)) pose.scale *= *v;
+      if (auto v = Motion::value(track, u, MotionProperty::opacity)) pose.opacity *= clamp01(*v);
+    }
+  }
+  if (motion.waves) {
+    const double period = std::max(d, shortestSpan);
+    for (const auto& [id, list] : *motion.waves) {
+      MotionPose& pose = poses[id];
+      for (const Wave& wave : list) {
+        const double cycles = wave.cycles.value_or(1);
+        const double w = wave.amplitude * std::sin(2 * std::numbers::pi * (wave.phase.value_or(0) + u * cycles / period));
+        switch (wave.property) {
+          case MotionProperty::x: pose.dx += w; break;
+          case MotionProperty::y: pose.dy += w; break;
+          case MotionProperty::scale: pose.scale *= 1 + w; break;
+          case MotionProperty::rotation: pose.dRotation += w; break;
+          case MotionProperty::opacity: pose.opacity *= clamp01(1 + w); break;
+        }
+      }
+    }
+  }
+  if (motion.scenes) {
+    for (const auto& [id, scenePose] : motion.scenePoses(*motion.scenes, u)) {
+      MotionPose& pose = poses[id];
+      pose.dx += scenePose.dx;
+      pose.dy += scenePose.dy;
+      pose.scale *= scenePose.scale;
+      pose.opacity *= scenePose.opacity;
+      pose.lift = scenePose.lift;
+    }
+  }
+
+  const std::string cameraID(Motion::camera);
+  if (auto it = poses.find(cameraID); it != poses.end()) {
+    result.camera = it->second;
+    poses.erase(it);
+  }
+  result.poses = std::move(poses);
+  return result;
+}
+
+}  // namespace
 
 MotionFrame Motion::frame(double at) const {
   const double d = resolvedDuration();
@@ -295,54 +374,14 @@ MotionFrame Motion::frame(double at) const {
     result.index = static_cast<int>(index);
   }
 
-  std::map<std::string, MotionPose> poses;
-  if (tracks) {
-    for (const auto& [id, track] : *tracks) {
-      // `value` reads each property's keyframes in stable time order, so the track is used as
-      // written.
-      MotionPose& pose = poses[id];
-      if (auto v = value(track, u, MotionProperty::x)) pose.x = *v;
-      if (auto v = value(track, u, MotionProperty::y)) pose.y = *v;
-      if (auto v = value(track, u, MotionProperty::rotation)) pose.rotation = *v;
-      if (auto v = value(track, u, MotionProperty::scale)) pose.scale *= *v;
-      if (auto v = value(track, u, MotionProperty::opacity)) pose.opacity *= clamp01(*v);
-    }
-  }
-  if (waves) {
-    const double period = std::max(d, shortestSpan);
-    for (const auto& [id, list] : *waves) {
-      MotionPose& pose = poses[id];
-      for (const Wave& wave : list) {
-        const double cycles = wave.cycles.value_or(1);
-        const double w = wave.amplitude * std::sin(2 * std::numbers::pi * (wave.phase.value_or(0) + u * cycles / period));
-        switch (wave.property) {
-          case MotionProperty::x: pose.dx += w; break;
-          case MotionProperty::y: pose.dy += w; break;
-          case MotionProperty::scale: pose.scale *= 1 + w; break;
-          case MotionProperty::rotation: pose.dRotation += w; break;
-          case MotionProperty::opacity: pose.opacity *= clamp01(1 + w); break;
-        }
-      }
-    }
-  }
-  if (scenes) {
-    for (const auto& [id, scenePose] : scenePoses(*scenes, u)) {
-      MotionPose& pose = poses[id];
-      pose.dx += scenePose.dx;
-      pose.dy += scenePose.dy;
-      pose.scale *= scenePose.scale;
-      pose.opacity *= scenePose.opacity;
-      pose.lift = scenePose.lift;
-    }
-  }
+  return withPoses(*this, std::move(result), u);
+}
 
-  const std::string cameraID(camera);
-  if (auto it = poses.find(cameraID); it != poses.end()) {
-    result.camera = it->second;
-    poses.erase(it);
-  }
-  result.poses = std::move(poses);
-  return result;
+MotionFrame Motion::loopEnd() const {
+  const double end = std::max(resolvedDuration(), 0.0);
+  MotionFrame result;
+  result.time = end;
+  return withPoses(*this, std::move(result), end);
 }
 
 }  // namespace vorno

@@ -21,6 +21,7 @@ namespace vorno {
 
 struct StoreTarget;
 struct SlideOverride;
+struct MotionScene;
 
 /// Where one item stands on one target, by hand. Fractions of the canvas, x and y at the item's
 /// centre; on a spread x runs from 0 to the number of slides.
@@ -81,6 +82,19 @@ struct Slide {
   std::optional<Placement> placement(std::string_view id, std::string_view targetID) const;
   /// `Placement::effective` over this slide's overrides.
   std::optional<std::pair<Placement, bool>> effectivePlacement(std::string_view id, const StoreTarget& target) const;
+
+  // A slide at one moment of a creative's loop.
+
+  /// A copy with the scene's texts and captures swapped in, by element id ("eyebrow",
+  /// "headline", "subhead", "device", or a free element's); ids that match nothing are passed over.
+  Slide applying(const MotionScene& scene) const;
+  /// Whether a capture or image path holds "{frame}": an image sequence, one file per frame.
+  bool usesFrames() const;
+  /// A copy with every "{frame}" in capture and image paths replaced by `index` as "%04d".
+  Slide atFrame(int index) const;
+  /// A copy in which every recording (.mov, .mp4, .m4v) among the capture and image paths names
+  /// its picture at `seconds`, as "<path>@t=<seconds with four decimals>".
+  Slide atTime(double seconds) const;
 };
 
 }  // namespace vorno

@@ -88,9 +88,9 @@ class ExportCounter {
       look_ = step.look;
     }
     files_ = step.files;
-    const size_t done = doneBefore_ + step.finished;
+    const double done = static_cast<double>(doneBefore_) + step.finished;
     const size_t total = doneBefore_ + step.files * (step.looks - step.look);
-    progress_.report(static_cast<double>(done), static_cast<double>(total), "Wrote " + step.file);
+    progress_.report(done, static_cast<double>(total), (step.encoding ? "Encoding " : "Wrote ") + step.file);
   }
 
  private:

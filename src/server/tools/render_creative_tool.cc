@@ -1,7 +1,5 @@
-// A creative in motion is shown by its poster still, drawn through the still path as `vorno
-// render` does, and its answer carries the loop's timeline. Other moments and filmstrips need the
-// motion composition, which this build doesn't have yet: asking for them is refused with a
-// sentence rather than answered with a picture that would not be that moment.
+// A creative in motion is shown at one moment (`time`, by default its poster) or as a filmstrip of
+// moments across its loop, and its answer carries the loop's timeline.
 #include "server/tools/render_creative_tool.h"
 
 #include <nlohmann/json.hpp>
@@ -11,6 +9,7 @@
 #include "kit/image/images.h"
 #include "kit/lint/linter.h"
 #include "kit/model/store_target.h"
+#include "kit/motion/motion_renderer.h"
 #include "kit/render/creative_guides.h"
 #include "kit/render/slide_renderer.h"
 #include "kit/store/file_name.h"
@@ -24,6 +23,10 @@
 namespace vorno {
 
 namespace {
+
+// A filmstrip is as wide as the command line's, and holds at most twelve rows of four.
+constexpr int kFilmstripWidth = 2400;
+constexpr int kMostFilmstripFrames = 48;
 
 std::vector<std::string> keysOf(const auto& map) {
   std::vector<std::string> keys;
@@ -110,32 +113,55 @@ std::vector<Content> RenderCreativeTool::call(const Arguments& arguments, const 
 
   const std::optional<Motion>& motion = creative->motion;
   std::vector<std::string> nameParts{id, canvas->id, locale};
-  if (motion) {
-    if (arguments.boolean("filmstrip").value_or(false))
-      throw VornoError::invalid("Filmstrips of creatives in motion are not available in this build yet.");
-    if (arguments.number("time"))
-      throw VornoError::invalid(
-          "Moments of creatives in motion other than the poster are not available in this build yet.");
-    nameParts.push_back(formatted("%05.2f", motion->posterTime()) + "s");
+  const bool guides = arguments.boolean("guides") != false;
+  const bool filmstrip = motion && arguments.boolean("filmstrip").value_or(false);
+  const std::string root = look.store.root().string();
+
+  // The picture: the still, one moment of the motion, or a filmstrip of moments.
+  Image image;
+  Image preview;
+  std::vector<Issue> issues;
+  if (!motion) {
+    RenderOutput output = context.renderer.render(project, root, creative->slide, *canvas, locale, 1.0);
+    image = output.image;
+    issues = output.report.issues;
+  } else if (filmstrip) {
+    const int64_t frames = arguments.integer("frames").value_or(8);
+    if (frames > kMostFilmstripFrames)
+      throw VornoError::invalid(formatted("frames is %lld; a filmstrip holds at most %d.", static_cast<long long>(frames),
+                                          kMostFilmstripFrames));
+    MotionRenderer motionRenderer(context.renderer);
+    MotionRenderer::Filmstrip strip = motionRenderer.filmstrip(project, root, *creative, locale, static_cast<int>(frames), kFilmstripWidth, false);
+    image = strip.image;
+    issues = strip.issues;
+    // The sheet on disk stays clean; the guides go on the preview's tiles only.
+    if (guides) preview = motionRenderer.filmstrip(project, root, *creative, locale, static_cast<int>(frames), kFilmstripWidth, true).image;
+    nameParts.push_back("filmstrip");
+  } else {
+    const double seconds = arguments.number("time").value_or(motion->posterTime());
+    MotionRenderer::Frame frame = MotionRenderer(context.renderer).frame(project, root, *creative, locale, seconds, 1.0);
+    image = frame.image;
+    issues = SlideRenderer::report(frame.composed, frame.image).issues;
+    nameParts.push_back(formatted("%05.2f", seconds) + "s");
   }
-
-  RenderOutput output =
-      context.renderer.render(project, look.store.root().string(), creative->slide, *canvas, locale, 1.0);
   // The file stays clean: it is what goes to App Store Connect.
-  std::string file = writeRender(look.store, output.image, renderFileName(look.variant, nameParts));
+  std::string file = writeRender(look.store, image, renderFileName(look.variant, nameParts));
 
-  Image preview = Images::downscale(output.image, previewSize(arguments, 1600));
-  if (arguments.boolean("guides") != false) preview = CreativeGuides::overlay(preview, *canvas);
+  if (preview) {
+    preview = Images::downscale(preview, previewSize(arguments, 1600));
+  } else {
+    preview = Images::downscale(image, previewSize(arguments, 1600));
+    if (guides && !filmstrip) preview = CreativeGuides::overlay(preview, *canvas);
+  }
 
   // What the layout found (the safe area, type too small to read), then the linter's rules of
   // creatives, each once.
-  std::vector<Issue> issues = output.report.issues;
   for (const Issue& issue : issuesAbout(Linter::lint(project), id))
     if (std::find(issues.begin(), issues.end(), issue) == issues.end()) issues.push_back(issue);
 
   nlohmann::json out = {{"file", file},
                         {"canvas", canvas->id},
-                        {"size", std::to_string(output.image.width()) + "×" + std::to_string(output.image.height())},
+                        {"size", std::to_string(image.width()) + "×" + std::to_string(image.height())},
                         {"issues", issuesJSON(issues)}};
   if (motion) {
     out["seconds"] = motion->resolvedDuration();

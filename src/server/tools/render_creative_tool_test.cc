@@ -1,5 +1,7 @@
 #include <gtest/gtest.h>
 
+#include <cstdlib>
+
 #include <nlohmann/json.hpp>
 
 #include <filesystem>
@@ -132,6 +134,19 @@ TEST(RenderCreativeTool, ACreativeOnAnUnknownCanvasNamesTheKnownOnes) {
             "ios.search-results, ios.universal.");
 }
 
+// Pixels, on a grid of every other one, where two pictures of one size differ visibly.
+int differingPixels(const Image& a, const Image& b) {
+  EXPECT_EQ(a.width(), b.width());
+  EXPECT_EQ(a.height(), b.height());
+  int differing = 0;
+  for (int y = 0; y < std::min(a.height(), b.height()); y += 2)
+    for (int x = 0; x < std::min(a.width(), b.width()); x += 2) {
+      testing::Pixel p = testing::pixelAt(a, x, y), q = testing::pixelAt(b, x, y);
+      if (std::abs(p.r - q.r) + std::abs(p.g - q.g) + std::abs(p.b - q.b) > 30) ++differing;
+    }
+  return differing;
+}
+
 TEST(RenderCreativeTool, ACreativeInMotionShowsItsPosterStillAndItsTimeline) {
   ToolHarness harness;
   std::string package = creativePackage(
@@ -150,17 +165,56 @@ TEST(RenderCreativeTool, ACreativeInMotionShowsItsPosterStillAndItsTimeline) {
                                                      {"from": 4.0, "to": 10.0, "texts": ["headline"]}])"));
   Image preview = testing::decodeImage(result.imageBytes(0), harness.folder());
   EXPECT_EQ(preview.width(), 800);
+
+  // The poster is the moment at 2.5 s, in the first scene, which shows the headline; at 7 s the
+  // second scene shows nothing, and the picture is the bare background.
+  ToolResult later = harness.call("render_creative", args(package, R"(,"creative":"header","time":7)"));
+  ASSERT_FALSE(later.isError) << later.text(0);
+  EXPECT_EQ(std::filesystem::path(later.json(1)["file"].get<std::string>()).filename(),
+            "header__ios.header__en-US__07.00s.png");
+  ToolResult latest = harness.call("render_creative", args(package, R"(,"creative":"header","time":8)"));
+  ASSERT_FALSE(latest.isError) << latest.text(0);
+  Image poster = Images::load(out["file"].get<std::string>());
+  Image bare = Images::load(later.json(1)["file"].get<std::string>());
+  EXPECT_EQ(poster.width(), 3840);
+  EXPECT_GT(differingPixels(poster, bare), 2000);  // the headline's words
+  EXPECT_EQ(differingPixels(bare, Images::load(latest.json(1)["file"].get<std::string>())), 0);
 }
 
-TEST(RenderCreativeTool, FilmstripsAndChosenMomentsOfACreativeInMotionAreRefusedForNow) {
+TEST(RenderCreativeTool, AFilmstripIsWrittenCleanAndItsPreviewShowsTheSafeAreaOnEveryTile) {
   ToolHarness harness;
-  std::string package = creativePackage(harness, R"({"scenes": [{"duration": 6}, {"duration": 6}]})");
-  ToolResult filmstrip = harness.call("render_creative", args(package, R"(,"creative":"header","filmstrip":true)"));
-  EXPECT_TRUE(filmstrip.isError);
-  EXPECT_EQ(filmstrip.text(0), "Filmstrips of creatives in motion are not available in this build yet.");
-  ToolResult moment = harness.call("render_creative", args(package, R"(,"creative":"header","time":3)"));
-  EXPECT_TRUE(moment.isError);
-  EXPECT_EQ(moment.text(0), "Moments of creatives in motion other than the poster are not available in this build yet.");
+  std::string package = creativePackage(harness, R"({"scenes": [{"duration": 3}, {"duration": 3}]})");
+  ToolResult result =
+      harness.call("render_creative", args(package, R"(,"creative":"header","filmstrip":true,"frames":5)"));
+  ASSERT_FALSE(result.isError) << result.text(0);
+  nlohmann::json out = result.json(1);
+  EXPECT_EQ(std::filesystem::path(out["file"].get<std::string>()).filename(),
+            "header__ios.header__en-US__filmstrip.png");
+  // Five tiles: three columns, two rows, on a sheet 2400 px wide.
+  const int tileWidth = (2400 - 4 * 24) / 3, tileHeight = static_cast<int>(tileWidth / (3840.0 / 1646.0));
+  EXPECT_EQ(out["size"], "2400×" + std::to_string(2 * (tileHeight + 54) + 3 * 24));
+  const Image guidedSheet = Images::load(out["file"].get<std::string>());
+
+  ToolResult clean =
+      harness.call("render_creative", args(package, R"(,"creative":"header","filmstrip":true,"frames":5,"guides":false)"));
+  ASSERT_FALSE(clean.isError) << clean.text(0);
+  Image guided = testing::decodeImage(result.imageBytes(0), harness.folder());
+  Image plain = testing::decodeImage(clean.imageBytes(0), harness.folder());
+  // A point near the top left corner of the first tile, outside the safe area: veiled only in
+  // the guided preview. The sheets on disk are the same clean picture.
+  const double shrink = 1600.0 / 2400;
+  const int x = static_cast<int>((24 + 6) * shrink), y = static_cast<int>((24 + 6) * shrink);
+  EXPECT_LT(brightness(testing::pixelAt(guided, x, y)) + 20, brightness(testing::pixelAt(plain, x, y)));
+  EXPECT_EQ(differingPixels(guidedSheet, Images::load(clean.json(1)["file"].get<std::string>())), 0);
+}
+
+TEST(RenderCreativeTool, AFilmstripOfTooManyFramesIsRefusedWithItsLimit) {
+  ToolHarness harness;
+  std::string package = creativePackage(harness, R"({"scenes": [{"duration": 3}, {"duration": 3}]})");
+  ToolResult result =
+      harness.call("render_creative", args(package, R"(,"creative":"header","filmstrip":true,"frames":5000)"));
+  EXPECT_TRUE(result.isError);
+  EXPECT_EQ(result.text(0), "frames is 5000; a filmstrip holds at most 48.");
   EXPECT_EQ(testing::renderCount(package), 0);
 
   // A still creative has no motion to ask about: both are ignored.

@@ -1,0 +1,109 @@
+// The loop is rendered a batch at a time: the frames of a batch are drawn at once on the thread
+// pool, each on its own (a frame is a pure function of the time), then handed to the encoder in
+// order. A batch is never more than 12 frames, so memory stays bounded at any size.
+#include "kit/video/video_exporter.h"
+
+#include "kit/image/images.h"
+#include "kit/model/creative.h"
+#include "kit/model/project.h"
+#include "kit/model/store_target.h"
+#include "kit/render/layer_cache.h"
+#include "kit/util/thread_pool.h"
+#include "kit/util/vorno_error.h"
+#include "kit/video/video_writer.h"
+
+#include <algorithm>
+#include <cmath>
+#include <exception>
+#include <mutex>
+
+namespace vorno {
+
+namespace {
+
+constexpr double kSeamCheckScale = 0.15;
+
+}  // namespace
+
+Size VideoExporter::videoSize(const StoreTarget& canvas) {
+  // Four fifths of the canvas, in even numbers: 4:2:0 video has no odd sizes.
+  if (canvas.id == StoreTarget::appStoreSearch().id)
+    return {2 * std::round(canvas.width * 0.4), 2 * std::round(canvas.height * 0.4)};
+  return {static_cast<double>(canvas.width), static_cast<double>(canvas.height)};
+}
+
+int VideoExporter::batchSize() {
+  return static_cast<int>(std::clamp<size_t>(ThreadPool::concurrency(), 2, 12));
+}
+
+Image VideoExporter::loopPicture(const MotionFrame& frame, const Project& project, const std::string& root,
+                                 const Creative& creative, const std::string& locale, const StoreTarget& canvas,
+                                 LayerCache& layers) const {
+  std::optional<ComposedSlide> composed = motion_.layout(project, root, creative, locale, frame, &canvas);
+  if (!composed) throw VornoError::invalid("Unknown canvas " + creative.canvas + ".");
+  return SlideRenderer::composite(*composed, 0, kSeamCheckScale, &layers);
+}
+
+std::vector<Issue> VideoExporter::write(const Project& project, const std::string& root, const Creative& creative,
+                                        const std::string& locale, const std::string& file,
+                                        const Progress& progress, const StoreTarget* given) const {
+  const StoreTarget* canvas = StoreTarget::canvas(creative.canvas);
+  if (!canvas)
+    throw VornoError::invalid("Creative " + creative.id() + " is on canvas " + creative.canvas +
+                              ", which Vorno doesn't know.");
+  if (given) canvas = given;
+  if (!creative.motion) throw VornoError::invalid(creative.id() + " has no motion.");
+  if (canvas->id == StoreTarget::appStoreUniversal().id)
+    throw VornoError::invalid(canvas->name +
+                              " art is a still: App Store Connect takes video for the header and search results only.");
+
+  const Motion& motion = *creative.motion;
+  const Size size = videoSize(*canvas);
+  const double scale = size.width / canvas->width;
+  const int fps = motion.resolvedFPS();
+  const int count = motion.frameCount();
+
+  VideoWriter writer(file, static_cast<int>(size.width), static_cast<int>(size.height), fps);
+  LayerCache layers(layerBudget);
+  const int batch = batchSize();
+
+  std::vector<Image> frames;
+  for (int first = 0; first < count; first += batch) {
+    const int inBatch = std::min(batch, count - first);
+    frames.assign(static_cast<size_t>(inBatch), Image());
+    std::mutex lock;
+    std::exception_ptr failure;
+    ThreadPool::parallelFor(frames.size(), [&](size_t i) {
+      try {
+        const double time = static_cast<double>(first + static_cast<int>(i)) / fps;
+        Image image = motion_.frame(project, root, creative, locale, time, scale, &layers, canvas).image;
+        std::lock_guard guard(lock);
+        frames[i] = std::move(image);
+      } catch (...) {
+        std::lock_guard guard(lock);
+        if (!failure) failure = std::current_exception();
+      }
+    });
+    if (failure) std::rethrow_exception(failure);
+    for (const Image& frame : frames) writer.append(frame);
+    frames.clear();
+    if (progress) progress(first + inBatch, count);
+  }
+  writer.finish();
+
+  // The loop check: where the loop ends, just before it wraps, must look like where it starts.
+  std::vector<Issue> issues;
+  if (Images::pixelDifference(loopPicture(motion.frame(0), project, root, creative, locale, *canvas, layers),
+                              loopPicture(motion.loopEnd(), project, root, creative, locale, *canvas, layers)) > seamTolerance) {
+    Issue seam(Issue::Severity::warning, "motion.seam",
+               "The loop jumps: the frame after the last isn't the first. End every track where it starts, or use "
+               "waves (whole cycles) and scenes.");
+    seam.slide = creative.id();
+    seam.target = canvas->id;
+    seam.locale = locale;
+    issues.push_back(std::move(seam));
+  }
+  return issues;
+}
+
+}  // namespace vorno
