@@ -6,6 +6,7 @@
 
 #include <gtest/gtest.h>
 
+#include <algorithm>
 #include <filesystem>
 #include <fstream>
 #include <regex>
@@ -16,7 +17,7 @@ namespace {
 
 namespace fs = std::filesystem;
 
-const char* kDocument = R"({"schemaVersion": 5, "appName": "A", "locales": ["en-US", "de-DE"], "slides": [],
+const char* kDocument = R"({"schemaVersion": 5, "appName": "A", "locales": ["en-US", "de-DE"], "targets": ["ios.iphone-6.9"], "slides": [],
   "theme": {"background": "#FFFFFF", "invertedBackground": "#000000", "foreground": "#000000",
             "invertedForeground": "#FFFFFF", "accent": "#FF0000", "muted": "#777777", "headlineWeight": "bold"},
   "creatives": [
@@ -46,7 +47,8 @@ TEST_F(VideoCommand, WritesTheLoopUnderRendersCountingUpThenNamesItsIssuesAndTim
   ASSERT_TRUE(std::regex_search(result.out, progress, std::regex("^((\\r[ 0-9]{2}[0-9]%)+)\\n")));
   std::vector<int> percents;
   const std::string counts = progress[1];
-  for (std::sregex_iterator it(counts.begin(), counts.end(), std::regex("([0-9]+)%")), end; it != end; ++it)
+  const std::regex percent("([0-9]+)%");
+  for (std::sregex_iterator it(counts.begin(), counts.end(), percent), end; it != end; ++it)
     percents.push_back(std::stoi((*it)[1]));
   ASSERT_FALSE(percents.empty());
   EXPECT_TRUE(std::is_sorted(percents.begin(), percents.end()));

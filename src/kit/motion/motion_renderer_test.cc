@@ -4,7 +4,7 @@
 #include "kit/model/project.h"
 #include "kit/model/store_target.h"
 #include "kit/motion/motion_composer.h"
-#include "kit/store/file_project_store.h"
+#include "tests/creative_project.h"
 #include "tests/temp_folder.h"
 
 #include <cairo.h>
@@ -19,14 +19,7 @@ namespace {
 namespace fs = std::filesystem;
 
 // A project whose only creative is `creative` (JSON), on the header canvas unless it says.
-Project projectWith(const std::string& creative) {
-  return FileProjectStore::decode(
-      R"({"schemaVersion": 5, "appName": "A", "locales": ["en-US"], "targets": ["ios.iphone-6.9"], "theme": {
-          "background": "#FFFFFF", "invertedBackground": "#000000", "foreground": "#101010",
-          "invertedForeground": "#FFFFFF", "accent": "#FF3300", "muted": "#777777", "headlineWeight": "bold"},
-          "slides": [], "creatives": [)" +
-      creative + "]}");
-}
+Project projectWith(const std::string& creative) { return testing::projectWithCreatives(creative); }
 
 // A plain PNG of that size at `path`, folders made.
 void writePNG(const fs::path& path, int width, int height) {

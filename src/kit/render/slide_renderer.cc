@@ -104,8 +104,18 @@ std::optional<AlignedSpot> alignedSpot(const ElementLayout& element, double x0, 
   return spot;
 }
 
+// The scale a cached layer of an element that motion scales is drawn at: the next step up a ladder
+// of steps 1 % apart. A camera's push-in or a wave on scale changes the scale every frame, so a
+// layer drawn at the exact scale would never be drawn twice; one drawn on the ladder serves the
+// frames near it, resampled into place by at most 1 %.
+double ladderScale(double scale) {
+  static const double step = std::log(1.01);
+  return std::exp(std::ceil(std::log(scale) / step - 1e-9) * step);
+}
+
 // The key under which `drawElement` asks a cache for the element's layer.
 std::string cacheKey(const ElementLayout& element, const std::optional<AlignedSpot>& spot, double scale) {
+  if (element.drawScale != 1) return LayerCache::key(element, ladderScale(scale * element.drawScale));
   if (spot) return LayerCache::phasedKey(element, scale * element.drawScale, spot->phaseX, spot->phaseY);
   return LayerCache::key(element, scale * element.drawScale);
 }
@@ -156,6 +166,10 @@ void drawElement(cairo_t* cr, const ElementLayout& element, double scale, LayerC
   if (!cache && element.rotation == 0 && element.drawScale == 1 && !element.blend && element.fade >= 1 &&
       LayerRenderer::drawInPlace(element, cr))
     return;
+  if (cache && element.drawScale != 1) {
+    if (element.fade > 0) place(cr, element, cache->layer(element, ladderScale(scale * element.drawScale)));
+    return;
+  }
   if (placeAligned(cr, element, spot, scale, cache)) return;
   place(cr, element, layerImage(element, scale, cache));
 }

@@ -1,6 +1,7 @@
 // The loop is rendered a batch at a time: the frames of a batch are drawn at once on the thread
-// pool, each on its own (a frame is a pure function of the time), then handed to the encoder in
-// order. A batch is never more than 12 frames, so memory stays bounded at any size.
+// pool, each on its own (a frame is a pure function of the time), then handed in order to the
+// encoder, which works on its own thread while the next batch renders. A batch is never more than
+// 12 frames and at most two are held at once, so memory stays bounded at any size.
 #include "kit/video/video_exporter.h"
 
 #include "kit/image/images.h"
@@ -10,6 +11,7 @@
 #include "kit/render/layer_cache.h"
 #include "kit/util/thread_pool.h"
 #include "kit/util/vorno_error.h"
+#include "kit/video/batch_encoder.h"
 #include "kit/video/video_writer.h"
 
 #include <algorithm>
@@ -67,10 +69,16 @@ std::vector<Issue> VideoExporter::write(const Project& project, const std::strin
   LayerCache layers(layerBudget);
   const int batch = batchSize();
 
-  std::vector<Image> frames;
+  // While the pool renders a batch, the encoder's thread converts and encodes the one before.
+  BatchEncoder encoder(writer);
+  int reported = 0;
+  auto report = [&](int done) {
+    if (!progress || done <= reported) return;
+    reported = done;
+    progress(done, count);
+  };
   for (int first = 0; first < count; first += batch) {
-    const int inBatch = std::min(batch, count - first);
-    frames.assign(static_cast<size_t>(inBatch), Image());
+    std::vector<Image> frames(static_cast<size_t>(std::min(batch, count - first)));
     std::mutex lock;
     std::exception_ptr failure;
     ThreadPool::parallelFor(frames.size(), [&](size_t i) {
@@ -85,11 +93,12 @@ std::vector<Issue> VideoExporter::write(const Project& project, const std::strin
       }
     });
     if (failure) std::rethrow_exception(failure);
-    for (const Image& frame : frames) writer.append(frame);
-    frames.clear();
-    if (progress) progress(first + inBatch, count);
+    encoder.hand(std::move(frames));
+    report(encoder.appended());
   }
+  encoder.close();
   writer.finish();
+  report(count);
 
   // The loop check: where the loop ends, just before it wraps, must look like where it starts.
   std::vector<Issue> issues;

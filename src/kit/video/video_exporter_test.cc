@@ -3,9 +3,9 @@
 #include "kit/model/creative.h"
 #include "kit/model/project.h"
 #include "kit/model/store_target.h"
-#include "kit/store/file_project_store.h"
 #include "kit/util/vorno_error.h"
 #include "tests/ffprobe.h"
+#include "tests/creative_project.h"
 #include "tests/temp_folder.h"
 
 #include <gtest/gtest.h>
@@ -31,14 +31,7 @@ StoreTarget small(const StoreTarget& canvas) {
   return out;
 }
 
-Project projectWith(const std::string& creative) {
-  return FileProjectStore::decode(
-      R"({"schemaVersion": 5, "appName": "A", "locales": ["en-US"], "targets": ["ios.iphone-6.9"], "theme": {
-          "background": "#FFFFFF", "invertedBackground": "#000000", "foreground": "#101010",
-          "invertedForeground": "#FFFFFF", "accent": "#FF3300", "muted": "#777777", "headlineWeight": "bold"},
-          "slides": [], "creatives": [)" +
-      creative + "]}");
-}
+Project projectWith(const std::string& creative) { return testing::projectWithCreatives(creative); }
 
 std::string creativeJSON(const std::string& canvas, const std::string& motion) {
   return R"({"canvas": ")" + canvas + R"(", "id": "loop", "headline": "Your week, **sorted**", "motion": )" + motion +
@@ -165,8 +158,7 @@ TEST_F(VideoExporterTest, ACreativeThatCannotMoveIsRefusedWithItsSentence) {
     EXPECT_EQ(error.message(),
               "Universal creative art is a still: App Store Connect takes video for the header and search results only.");
   }
-  Project still = FileProjectStore::decode(R"({"schemaVersion": 5, "appName": "A", "locales": ["en-US"], "slides": [],
-      "creatives": [{"canvas": "ios.header", "id": "calm", "headline": "Calm"}]})");
+  Project still = projectWith(R"({"canvas": "ios.header", "id": "calm", "headline": "Calm"})");
   try {
     write(still);
     FAIL() << "a still has no loop";

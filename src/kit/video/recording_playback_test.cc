@@ -4,9 +4,9 @@
 #include "kit/image/images.h"
 #include "kit/model/creative.h"
 #include "kit/model/project.h"
-#include "kit/store/file_project_store.h"
 #include "kit/motion/motion_renderer.h"
 #include "kit/video/video_writer.h"
+#include "tests/creative_project.h"
 #include "tests/temp_folder.h"
 
 #include <cairo.h>
@@ -38,11 +38,8 @@ class RecordingPlayback : public ::testing::Test {
  protected:
   RecordingPlayback() {
     recordThreeColours(folder_.path() / "captures/en-US/flow.mp4");
-    project_ = FileProjectStore::decode(
-        R"({"schemaVersion": 5, "appName": "A", "locales": ["en-US"], "slides": [], "creatives": [
-            {"canvas": "ios.header", "id": "play", "headline": "Watch it",
-             "device": {"screenshot": "captures/en-US/flow.mp4", "frame": "none"},
-             "motion": {"duration": 6}}]})");
+    project_ = testing::projectWithCreatives(R"({"canvas": "ios.header", "id": "play", "headline": "Watch it",
+        "device": {"screenshot": "captures/en-US/flow.mp4", "frame": "none"}, "motion": {"duration": 6}})");
   }
   Image at(double seconds) {
     return motion_.frame(project_, folder_.path().string(), project_.creatives.front(), "en-US", seconds, 0.25).image;
