@@ -31,10 +31,14 @@ namespace {
 
 namespace fs = std::filesystem;
 
-// "veryfast" encodes a 3840 × 1646 frame at about twice real time on two cores while the bit rate,
-// not the preset, sets the file's size; the slower presets buy a little sharpness at a rate
-// that keeps the export slower than the video plays.
-constexpr const char* encoderPreset = "veryfast";
+// The encoder's speed sets how long every video export takes, and at 0.12 bits per pixel the
+// bit rate, not the effort, decides how the picture looks. Measured on a 3840 × 1646 header
+// creative moving as a whole, at that bit rate: "veryfast" costs 71 ms of processor time a frame,
+// "superfast" 51 ms, and "ultrafast" with the features below put back 30 ms, all three within
+// 0.2 dB of each other (43.5 dB). So: "ultrafast", with CABAC and 8 × 8 transforms (what makes
+// the stream High profile), the deblocking filter and two B-frames turned on again.
+constexpr const char* encoderPreset = "ultrafast";
+constexpr const char* encoderParameters = "cabac=1:8x8dct=1:deblock=1:bframes=2";
 
 std::string errorText(int code) {
   char text[AV_ERROR_MAX_STRING_SIZE] = {};
@@ -152,10 +156,9 @@ VideoWriter::VideoWriter(std::string path, int width, int height, int fps) : enc
   c->color_range = AVCOL_RANGE_MPEG;
   c->thread_count = static_cast<int>(std::max(1u, std::thread::hardware_concurrency()));
   if (e.format->oformat->flags & AVFMT_GLOBALHEADER) c->flags |= AV_CODEC_FLAG_GLOBAL_HEADER;
-  // B-frames are left to the preset: reordering is allowed, and it saves bits on slow motion.
   av_opt_set(c->priv_data, "preset", encoderPreset, 0);
   av_opt_set(c->priv_data, "profile", "high", 0);
-  av_opt_set(c->priv_data, "coder", "cabac", 0);
+  av_opt_set(c->priv_data, "x264-params", encoderParameters, 0);
   if (avcodec_open2(c, h264, nullptr) < 0) throw cantWrite(width, height);
 
   e.stream->time_base = {1, fps};
