@@ -20,8 +20,8 @@ packages=(
   # Image codecs, vector images
   libspng-dev libpng-dev libjpeg62-turbo-dev libwebp-dev libtiff-dev libheif-dev libdeflate-dev
   librsvg2-dev libpoppler-glib-dev
-  # Video
-  libavformat-dev libavcodec-dev libavutil-dev libswscale-dev
+  # Video; ffprobe of the ffmpeg package reads our MP4s back in the tests, independently of us
+  libavformat-dev libavcodec-dev libavutil-dev libswscale-dev ffmpeg
   # End-to-end protocol tests
   nodejs npm
 )

@@ -6,7 +6,6 @@
 #include "kit/image/images.h"
 #include "kit/image/video_frames.h"
 #include "kit/util/lru_cache.h"
-#include "kit/util/vorno_error.h"
 
 #include <algorithm>
 #include <map>
@@ -62,7 +61,9 @@ ImageCache::ImageCache() : state_(std::make_unique<State>()) {}
 ImageCache::~ImageCache() = default;
 
 Image ImageCache::image(const std::string& path) {
-  if (VideoFrames::parse(path)) throw VornoError::invalid("Video frames are not supported in this build yet.");
+  // A moment of a recording: VideoFrames keeps its own cache of decoded pictures, keyed by the
+  // recording, its modification time and the moment, so two moments are two pictures.
+  if (auto stamp = VideoFrames::parse(path)) return VideoFrames::frame(stamp->first, stamp->second);
   double mtime = Images::modificationTime(path).value_or(0);
   {
     std::lock_guard guard(state_->lock);

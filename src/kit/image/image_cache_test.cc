@@ -74,7 +74,7 @@ TEST(ImageCache, ErrorsAreThoseOfLoading) {
   }
 }
 
-TEST(ImageCache, VideoFrameSaysItIsNotSupportedYet) {
+TEST(ImageCache, AFrameOfAMissingRecordingSaysItIsNotPlayable) {
   TempFolder folder;
   ImageCache cache;
   try {
@@ -82,7 +82,7 @@ TEST(ImageCache, VideoFrameSaysItIsNotSupportedYet) {
     FAIL();
   } catch (const VornoError& error) {
     EXPECT_EQ(error.kind(), VornoError::Kind::invalid);
-    EXPECT_EQ(error.message(), "Video frames are not supported in this build yet.");
+    EXPECT_EQ(error.message(), "Not a playable recording: " + folder.file("walkthrough.mov"));
   }
 }
 

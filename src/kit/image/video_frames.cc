@@ -1,4 +1,16 @@
+// How it works: the shared instance keeps, per recording, its modification time, its duration and
+// the decoders not in use, and an LRU cache of decoded pictures. Its lock is held only to look
+// these up: a caller borrows a decoder (the one that stands closest before the time asked, or a
+// new one), decodes outside the lock, and gives it back. Threads that read one recording at once
+// each get a decoder of their own, and playing a recording in order decodes each picture once.
 #include "kit/image/video_frames.h"
+
+#include "kit/image/ffmpeg_log.h"
+#include "kit/image/images.h"
+#include "kit/image/recording_decoder.h"
+#include "kit/util/format.h"
+#include "kit/util/lru_cache.h"
+#include "kit/util/vorno_error.h"
 
 extern "C" {
 #include <libavformat/avformat.h>
@@ -10,9 +22,82 @@ extern "C" {
 #include <cmath>
 #include <cstdlib>
 #include <filesystem>
+#include <map>
 #include <memory>
+#include <mutex>
+#include <vector>
 
 namespace vorno {
+
+namespace {
+
+// Decoded pictures kept: a phone recording's picture is about 12 MB, so this holds a few seconds
+// of a slow-moving creative's device while bounding what an export keeps resident.
+constexpr int64_t frameCacheBytes = 134217728;  // 128 MiB
+constexpr int64_t frameCacheCount = 64;
+// Idle decoders kept per recording: one per thread that renders frames at once, within reason.
+constexpr size_t idleDecodersKept = 4;
+
+struct Recording {
+  double mtime = 0;
+  double duration = 0;
+  std::vector<std::unique_ptr<RecordingDecoder>> idle;
+};
+
+struct Frames {
+  std::mutex lock;
+  std::map<std::string, Recording> recordings;
+  LRUCache<std::string, Image> pictures{frameCacheCount, frameCacheBytes};
+
+  static Frames& shared() {
+    static Frames frames;
+    return frames;
+  }
+
+  // A decoder for `path` at `mtime` positioned well for `seconds`, taken out of the idle ones;
+  // null when a new one must be opened.
+  std::unique_ptr<RecordingDecoder> borrow(const std::string& path, double mtime, double seconds) {
+    std::lock_guard guard(lock);
+    auto found = recordings.find(path);
+    if (found == recordings.end() || found->second.mtime != mtime || found->second.idle.empty()) return nullptr;
+    auto& idle = found->second.idle;
+    auto best = std::min_element(idle.begin(), idle.end(), [&](const auto& a, const auto& b) {
+      return a->costTo(seconds) < b->costTo(seconds);
+    });
+    std::unique_ptr<RecordingDecoder> decoder = std::move(*best);
+    idle.erase(best);
+    return decoder;
+  }
+
+  // Keeps `decoder` for later use, unless the recording changed on disk meanwhile.
+  void giveBack(const std::string& path, double mtime, std::unique_ptr<RecordingDecoder> decoder) {
+    std::lock_guard guard(lock);
+    Recording& recording = recordings[path];
+    if (recording.mtime != mtime || recording.idle.empty()) {
+      if (recording.mtime != mtime) recording.idle.clear();
+      recording.mtime = mtime;
+      recording.duration = decoder->duration();
+    }
+    if (recording.idle.size() < idleDecodersKept) recording.idle.push_back(std::move(decoder));
+  }
+
+  std::optional<double> duration(const std::string& path, double mtime) {
+    std::lock_guard guard(lock);
+    auto found = recordings.find(path);
+    if (found == recordings.end() || found->second.mtime != mtime) return std::nullopt;
+    return found->second.duration;
+  }
+};
+
+// `seconds` within the loop of `duration`: negative times count back from the end.
+double looped(double seconds, double duration) {
+  if (!std::isfinite(seconds)) return 0;
+  double time = std::fmod(seconds, duration);
+  if (time < 0) time += duration;
+  return time < duration ? time : 0;
+}
+
+}  // namespace
 
 bool VideoFrames::isRecording(const std::string& path) {
   std::string extension = std::filesystem::path(path).extension().string();
@@ -36,6 +121,7 @@ std::optional<std::pair<std::string, double>> VideoFrames::parse(const std::stri
 }
 
 std::optional<Size> VideoFrames::pixelSize(const std::string& path) {
+  quietFFmpegLog();
   AVFormatContext* format = nullptr;
   if (avformat_open_input(&format, path.c_str(), nullptr, nullptr) != 0) return std::nullopt;
   std::unique_ptr<AVFormatContext*, void (*)(AVFormatContext**)> closer(&format, &avformat_close_input);
@@ -55,6 +141,40 @@ std::optional<Size> VideoFrames::pixelSize(const std::string& path) {
     if (std::isfinite(rotation) && std::lround(std::fabs(rotation)) % 180 == 90) std::swap(width, height);
   }
   return Size{width, height};
+}
+
+Image VideoFrames::frame(const std::string& path, double seconds) {
+  Frames& frames = Frames::shared();
+  std::optional<double> mtime = Images::modificationTime(path);
+  if (!mtime) throw VornoError::invalid("Not a playable recording: " + path);
+  // The duration is known once a decoder has been opened; the first call opens one to learn it.
+  std::unique_ptr<RecordingDecoder> decoder;
+  std::optional<double> duration = frames.duration(path, *mtime);
+  if (!duration) {
+    decoder = RecordingDecoder::open(path);
+    if (!decoder) throw VornoError::invalid("Not a playable recording: " + path);
+    duration = decoder->duration();
+  }
+  double time = looped(seconds, *duration);
+  std::string key = formatted("%s|%.6f|%.4f", path.c_str(), *mtime, time);
+  std::optional<Image> cached;
+  {
+    std::lock_guard guard(frames.lock);
+    cached = frames.pictures.value(key);
+  }
+  if (cached) {
+    if (decoder) frames.giveBack(path, *mtime, std::move(decoder));
+    return *cached;
+  }
+  if (!decoder) decoder = frames.borrow(path, *mtime, time);
+  if (!decoder) decoder = RecordingDecoder::open(path);
+  if (!decoder) throw VornoError::invalid("Not a playable recording: " + path);
+  // A decoder that failed is dropped: its position is unknown.
+  Image picture = decoder->frame(time);
+  frames.giveBack(path, *mtime, std::move(decoder));
+  std::lock_guard guard(frames.lock);
+  frames.pictures.setValue(picture, key, picture.byteCount());
+  return picture;
 }
 
 }  // namespace vorno

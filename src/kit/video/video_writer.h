@@ -19,7 +19,8 @@ namespace vorno {
 class VideoWriter {
  public:
   /// Removes any file at `path` and starts a video of that size and frame rate. Throws
-  /// VornoError::io when the encoder can't take that size.
+  /// VornoError::io "Can't write a <w>x<h> H.264 video on this machine." when the encoder can't
+  /// take that size (yuv420p needs even sides), or "Couldn't start the video: <error>."
   VideoWriter(std::string path, int width, int height, int fps);
   ~VideoWriter();
   VideoWriter(const VideoWriter&) = delete;
@@ -28,10 +29,13 @@ class VideoWriter {
   /// The average bit rate asked of the encoder: width × height × fps × 0.12, truncated.
   static int64_t averageBitRate(int width, int height, int fps);
 
-  /// Adds one frame, drawn over the full size (an image of another size is scaled to fit it).
+  /// Adds one frame, drawn over the full size (an image of another size is scaled to fit it; one
+  /// with alpha is taken over black). Throws VornoError::io "Couldn't add frame <index>: <error>."
   void append(const Image& image);
-  /// Writes the rest and closes the file. A writer that is destroyed unfinished leaves an
-  /// unfinished file, which the next writer at that path replaces.
+  /// Writes the rest and puts the file at its path: until then the video is written to a hidden
+  /// partial file beside it, so the path never holds half a video. A writer destroyed unfinished
+  /// removes its partial file; one whose process was killed leaves it, and the next writer at
+  /// that path removes it. Throws VornoError::io "Couldn't finish the video: <error>."
   void finish();
 
   int framesWritten() const;
