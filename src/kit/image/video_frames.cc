@@ -5,6 +5,8 @@
 // each get a decoder of their own, and playing a recording in order decodes each picture once.
 #include "kit/image/video_frames.h"
 
+#include "kit/model/recordings.h"
+
 #include "kit/image/ffmpeg_log.h"
 #include "kit/image/images.h"
 #include "kit/image/recording_decoder.h"
@@ -99,14 +101,7 @@ double looped(double seconds, double duration) {
 
 }  // namespace
 
-bool VideoFrames::isRecording(const std::string& path) {
-  std::string extension = std::filesystem::path(path).extension().string();
-  if (extension.empty()) return false;
-  extension.erase(0, 1);
-  std::transform(extension.begin(), extension.end(), extension.begin(),
-                 [](unsigned char c) { return static_cast<char>(std::tolower(c)); });
-  return std::find(extensions.begin(), extensions.end(), extension) != extensions.end();
-}
+bool VideoFrames::isRecording(const std::string& path) { return Recordings::isRecording(path); }
 
 std::optional<std::pair<std::string, double>> VideoFrames::parse(const std::string& stamp) {
   // The last marker counts: a folder may contain "@t=" but the time is always at the end.

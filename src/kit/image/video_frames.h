@@ -4,6 +4,7 @@
 #pragma once
 
 #include "kit/image/image.h"
+#include "kit/model/recordings.h"
 #include "kit/util/geometry.h"
 
 #include <array>
@@ -17,7 +18,7 @@ namespace vorno {
 class VideoFrames {
  public:
   /// Lower-cased extensions of recordings that can stand in for a still.
-  static constexpr std::array<std::string_view, 3> extensions = {"mov", "mp4", "m4v"};
+  static constexpr std::array<std::string_view, 3> extensions = Recordings::extensions;
 
   /// True when the lower-cased extension of `path` is one of `extensions`.
   static bool isRecording(const std::string& path);

@@ -1,7 +1,7 @@
 // A slide at one moment of a creative's loop: the scene's words and captures swapped in, the
 // frame of an image sequence chosen, and recordings stamped with the time to show.
-#include "kit/image/video_frames.h"
 #include "kit/model/motion.h"
+#include "kit/model/recordings.h"
 #include "kit/model/slide.h"
 #include "kit/util/format.h"
 
@@ -96,7 +96,7 @@ Slide Slide::atTime(double seconds) const {
   Slide slide = *this;
   const std::string stamp = formatted("@t=%.4f", seconds);
   editPaths(slide, [&](std::string& path) {
-    if (VideoFrames::isRecording(path)) path += stamp;
+    if (Recordings::isRecording(path)) path += stamp;
   });
   return slide;
 }
