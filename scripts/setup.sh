@@ -7,8 +7,8 @@ set -euo pipefail
 packages=(
   # Build tools
   build-essential cmake ninja-build ccache pkg-config clang lld libclang-rt-14-dev libfuzzer-14-dev
-  # Tests and benchmarks
-  libgtest-dev libgmock-dev libbenchmark-dev
+  # Tests and benchmarks; python3 runs the include-order check
+  libgtest-dev libgmock-dev libbenchmark-dev python3
   # Document, store and command line
   nlohmann-json3-dev libcli11-dev libssl-dev libicu-dev libplist-dev libtbb-dev
   # 2D drawing and text
