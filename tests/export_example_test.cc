@@ -2,6 +2,7 @@
 // (worked out here from project.json, not by the exporter's own path function), its exact pixel
 // size, no alpha of any kind (read by libspng directly), and the manifest's entries.
 #include "tests/export_test_support.h"
+#include "tests/ffprobe.h"
 #include "tests/run_process.h"
 #include "tests/temp_folder.h"
 
@@ -68,11 +69,31 @@ std::vector<Expected> expectedFiles(const Json& project, const std::string& layo
       out.push_back({path, layout, canvas, locale, width, height});
     }
   }
+  // The videos of creatives in motion come after every picture, at the canvas's size.
+  for (const auto& creative : project["creatives"]) {
+    if (!creative.contains("motion") || creative["canvas"] == "ios.universal") continue;
+    const std::string id = creative["id"], canvas = creative["canvas"];
+    const auto [width, height] = sizes.at(canvas);
+    for (const auto& localeJSON : project["locales"]) {
+      const std::string locale = localeJSON;
+      const std::string path = layout == "vorno" ? "ios/" + canvas + "/" + locale + "/" + id + ".mp4"
+                                                 : "fastlane/creatives/" + locale + "/" + canvas + "/" + id + ".mp4";
+      out.push_back({path, layout, canvas, locale, width, height});
+    }
+  }
   return out;
 }
 
 void checkFiles(const fs::path& folder, const std::vector<Expected>& files) {
   for (const auto& file : files) {
+    if (fs::path(file.path).extension() == ".mp4") {
+      VideoProbe video = probeVideo((folder / file.path).string());
+      ASSERT_TRUE(video.error.empty()) << file.path << ": " << video.error;
+      EXPECT_EQ(video.codec, "h264") << file.path;
+      EXPECT_EQ(video.width, file.width) << file.path;
+      EXPECT_EQ(video.height, file.height) << file.path;
+      continue;
+    }
     auto facts = readPNG((folder / file.path).string());
     ASSERT_TRUE(facts) << file.path;
     EXPECT_EQ(facts->width, static_cast<uint32_t>(file.width)) << file.path;
@@ -98,8 +119,9 @@ TEST(ExportExample, BothLayoutsEveryFileExactSizeNoAlphaAndManifest) {
   auto vorno = runVorno({"export", "--project", root.string()});
   ASSERT_EQ(vorno.status, 0) << vorno.err;
   const auto vornoFiles = expectedFiles(project, "vorno");
-  EXPECT_EQ(vornoFiles.size(), 44u);  // 7 slides x 3 targets x 2 locales, and the header in 2 locales
-  EXPECT_NE(vorno.out.find("Wrote 44 files to " + exports.string() + "\n"), std::string::npos) << vorno.out;
+  // 7 slides x 3 targets x 2 locales, and the header in 2 locales as its poster and its video
+  EXPECT_EQ(vornoFiles.size(), 46u);
+  EXPECT_NE(vorno.out.find("Wrote 46 files to " + exports.string() + "\n"), std::string::npos) << vorno.out;
   checkFiles(exports, vornoFiles);
   EXPECT_EQ(Json::parse(readText(exports / ".vorno-export.json")), (Json{{"files", manifestOf(vornoFiles)}}));
 

@@ -19,14 +19,21 @@
 
 namespace vorno::testing {
 
-/// Copies examples/Demo.vorno into `folder` without what exports or renders left in it.
+/// Copies examples/Demo.vorno into `folder` without what exports or renders left in it. The
+/// loops of its creatives are cut to half a second: these tests are about files and folders, and
+/// a full loop at 4K would make each export encode hundreds of frames.
 inline std::filesystem::path copyExample(const std::filesystem::path& folder) {
   namespace fs = std::filesystem;
   const fs::path source = fs::path(sourceDir()) / "examples" / "Demo.vorno";
   const fs::path target = folder / "Demo.vorno";
   fs::create_directories(target);
-  for (const char* part : {"project.json", "captures", "assets"})
+  for (const char* part : {"captures", "assets"})
     if (fs::exists(source / part)) fs::copy(source / part, target / part, fs::copy_options::recursive);
+  std::ifstream in(source / "project.json");
+  nlohmann::json project = nlohmann::json::parse(in);
+  for (auto& creative : project["creatives"])
+    if (creative.contains("motion")) creative["motion"]["duration"] = 0.5;
+  std::ofstream(target / "project.json") << project.dump(2) << "\n";
   return target;
 }
 
