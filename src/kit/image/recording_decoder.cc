@@ -13,6 +13,7 @@ extern "C" {
 #include <libavcodec/avcodec.h>
 #include <libavformat/avformat.h>
 #include <libavutil/display.h>
+#include <libavutil/mem.h>
 #include <libswscale/swscale.h>
 }
 
@@ -124,6 +125,34 @@ Surface opaqueSurface(int width, int height) {
   return surface;
 }
 
+// The scaler's vector code writes whole blocks of pixels, past the end of a row whose width isn't
+// a multiple of the block: rows it writes are padded to 64 bytes, with room to spare after the
+// last one.
+constexpr size_t scalerSlack = 1024;
+int paddedStride(int width) { return (width * 4 + 63) / 64 * 64; }
+
+struct PixelsDeleter {
+  void operator()(uint8_t* pixels) const { av_free(pixels); }
+};
+using Pixels = std::unique_ptr<uint8_t, PixelsDeleter>;
+
+Pixels scalerPixels(int width, int height) {
+  return Pixels(static_cast<uint8_t*>(av_malloc(static_cast<size_t>(paddedStride(width)) * height + scalerSlack)));
+}
+
+cairo_user_data_key_t pixelsKey;
+
+// An opaque surface over `pixels`, which it frees when the last Image of it goes.
+Surface surfaceOwning(Pixels pixels, int width, int height) {
+  Surface surface(cairo_image_surface_create_for_data(pixels.get(), CAIRO_FORMAT_RGB24, width, height,
+                                                      paddedStride(width)));
+  if (cairo_surface_status(surface.get()) != CAIRO_STATUS_SUCCESS) return nullptr;
+  if (cairo_surface_set_user_data(surface.get(), &pixelsKey, pixels.get(), av_free) != CAIRO_STATUS_SUCCESS)
+    return nullptr;
+  pixels.release();
+  return surface;
+}
+
 }  // namespace
 
 struct RecordingDecoder::State {
@@ -140,7 +169,8 @@ struct RecordingDecoder::State {
   double duration = 0;
   int turn = 0;
   SwsContext* scaler = nullptr;
-  int scalerSpace = -1, scalerFullRange = -1;
+  Pixels scratch;
+  int scratchWidth = 0, scratchHeight = 0;
 
   ~State() {
     sws_freeContext(scaler);
@@ -242,23 +272,38 @@ struct RecordingDecoder::State {
     scaler = sws_getCachedContext(scaler, width, height, static_cast<AVPixelFormat>(frame->format), width, height,
                                   AV_PIX_FMT_RGB32, SWS_BILINEAR | SWS_ACCURATE_RND, nullptr, nullptr, nullptr);
     if (!scaler) return {};
-    int space = swsColorspace(frame), fullRange = isFullRange(frame);
-    if (space != scalerSpace || fullRange != scalerFullRange) {
-      const int* coefficients = sws_getCoefficients(space);
-      sws_setColorspaceDetails(scaler, coefficients, fullRange, coefficients, 1, 0, 1 << 16, 1 << 16);
-      scalerSpace = space;
-      scalerFullRange = fullRange;
+    // Set for every frame: a recording may change its tags midway, and setting them is cheap.
+    const int* coefficients = sws_getCoefficients(swsColorspace(frame));
+    sws_setColorspaceDetails(scaler, coefficients, isFullRange(frame), coefficients, 1, 0, 1 << 16, 1 << 16);
+    // Turned pictures are converted into scratch pixels kept for the next frame; upright ones
+    // straight into the pixels of the new Image.
+    Pixels converted;
+    uint8_t* into = nullptr;
+    if (turn) {
+      if (!scratch || scratchWidth != width || scratchHeight != height) {
+        scratch = scalerPixels(width, height);
+        scratchWidth = width;
+        scratchHeight = height;
+      }
+      into = scratch.get();
+    } else {
+      converted = scalerPixels(width, height);
+      into = converted.get();
     }
-    Surface upright = turn % 180 ? opaqueSurface(height, width) : opaqueSurface(width, height);
-    Surface stored = turn ? opaqueSurface(width, height) : nullptr;
-    cairo_surface_t* target = turn ? stored.get() : upright.get();
-    if (!upright || !target) return {};
-    uint8_t* planes[4] = {cairo_image_surface_get_data(target), nullptr, nullptr, nullptr};
-    int strides[4] = {cairo_image_surface_get_stride(target), 0, 0, 0};
+    if (!into) return {};
+    uint8_t* planes[4] = {into, nullptr, nullptr, nullptr};
+    int strides[4] = {paddedStride(width), 0, 0, 0};
     if (sws_scale(scaler, frame->data, frame->linesize, 0, height, planes, strides) != height) return {};
-    if (turn)
-      turnPixels(planes[0], strides[0], width, height, turn, cairo_image_surface_get_data(upright.get()),
+    Surface upright;
+    if (turn) {
+      upright = turn % 180 ? opaqueSurface(height, width) : opaqueSurface(width, height);
+      if (!upright) return {};
+      turnPixels(into, strides[0], width, height, turn, cairo_image_surface_get_data(upright.get()),
                  cairo_image_surface_get_stride(upright.get()));
+    } else {
+      upright = surfaceOwning(std::move(converted), width, height);
+      if (!upright) return {};
+    }
     cairo_surface_mark_dirty(upright.get());
     return Image::adopt(upright.release());
   }

@@ -1,8 +1,9 @@
-// How it works: the shared instance keeps, per recording, its modification time, its duration and
-// the decoders not in use, and an LRU cache of decoded pictures. Its lock is held only to look
-// these up: a caller borrows a decoder (the one that stands closest before the time asked, or a
-// new one), decodes outside the lock, and gives it back. Threads that read one recording at once
-// each get a decoder of their own, and playing a recording in order decodes each picture once.
+// How it works: the shared instance keeps, per recording, its modification time and duration; a
+// few decoders not in use, whichever recording they read; and an LRU cache of decoded pictures.
+// Its lock is held only to look these up: a caller borrows a decoder (the one of that recording
+// that stands closest before the time asked, or a new one), decodes outside the lock, and gives
+// it back. Threads that read one recording at once each get a decoder of their own, and playing
+// a recording in order decodes each picture once.
 #include "kit/image/video_frames.h"
 
 #include "kit/model/recordings.h"
@@ -24,9 +25,11 @@ extern "C" {
 #include <cmath>
 #include <cstdlib>
 #include <filesystem>
+#include <list>
 #include <map>
 #include <memory>
 #include <mutex>
+#include <thread>
 #include <vector>
 
 namespace vorno {
@@ -37,18 +40,25 @@ namespace {
 // of a slow-moving creative's device while bounding what an export keeps resident.
 constexpr int64_t frameCacheBytes = 134217728;  // 128 MiB
 constexpr int64_t frameCacheCount = 64;
-// Idle decoders kept per recording: one per thread that renders frames at once, within reason.
-constexpr size_t idleDecodersKept = 4;
+// Idle decoders kept, across all recordings: one for each thread that renders frames at once.
+// Each holds an open file and its reference pictures, so a long-running server keeps only a few.
+size_t idleDecodersKept() { return std::max(4u, std::thread::hardware_concurrency()); }
 
 struct Recording {
   double mtime = 0;
   double duration = 0;
-  std::vector<std::unique_ptr<RecordingDecoder>> idle;
+};
+
+struct IdleDecoder {
+  std::string path;
+  double mtime = 0;
+  std::unique_ptr<RecordingDecoder> decoder;
 };
 
 struct Frames {
   std::mutex lock;
   std::map<std::string, Recording> recordings;
+  std::list<IdleDecoder> idle;  // least recently given back first
   LRUCache<std::string, Image> pictures{frameCacheCount, frameCacheBytes};
 
   static Frames& shared() {
@@ -60,27 +70,48 @@ struct Frames {
   // null when a new one must be opened.
   std::unique_ptr<RecordingDecoder> borrow(const std::string& path, double mtime, double seconds) {
     std::lock_guard guard(lock);
-    auto found = recordings.find(path);
-    if (found == recordings.end() || found->second.mtime != mtime || found->second.idle.empty()) return nullptr;
-    auto& idle = found->second.idle;
-    auto best = std::min_element(idle.begin(), idle.end(), [&](const auto& a, const auto& b) {
-      return a->costTo(seconds) < b->costTo(seconds);
-    });
-    std::unique_ptr<RecordingDecoder> decoder = std::move(*best);
+    auto best = idle.end();
+    double bestCost = 0;
+    for (auto it = idle.begin(); it != idle.end(); ++it) {
+      if (it->path != path || it->mtime != mtime) continue;
+      double cost = it->decoder->costTo(seconds);
+      if (best == idle.end() || cost < bestCost) {
+        best = it;
+        bestCost = cost;
+      }
+    }
+    if (best == idle.end()) return nullptr;
+    std::unique_ptr<RecordingDecoder> decoder = std::move(best->decoder);
     idle.erase(best);
     return decoder;
   }
 
-  // Keeps `decoder` for later use, unless the recording changed on disk meanwhile.
+  // Keeps `decoder` for later use and remembers the recording's duration. Decoders of an older
+  // version of the file, and the least recently used beyond the limit, are closed, outside the
+  // lock.
   void giveBack(const std::string& path, double mtime, std::unique_ptr<RecordingDecoder> decoder) {
-    std::lock_guard guard(lock);
-    Recording& recording = recordings[path];
-    if (recording.mtime != mtime || recording.idle.empty()) {
-      if (recording.mtime != mtime) recording.idle.clear();
-      recording.mtime = mtime;
-      recording.duration = decoder->duration();
+    std::vector<std::unique_ptr<RecordingDecoder>> closing;
+    {
+      std::lock_guard guard(lock);
+      Recording& recording = recordings[path];
+      if (recording.mtime != mtime) {
+        recording.mtime = mtime;
+        recording.duration = decoder->duration();
+        for (auto it = idle.begin(); it != idle.end();) {
+          if (it->path == path && it->mtime != mtime) {
+            closing.push_back(std::move(it->decoder));
+            it = idle.erase(it);
+          } else {
+            ++it;
+          }
+        }
+      }
+      idle.push_back({path, mtime, std::move(decoder)});
+      while (idle.size() > idleDecodersKept()) {
+        closing.push_back(std::move(idle.front().decoder));
+        idle.pop_front();
+      }
     }
-    if (recording.idle.size() < idleDecodersKept) recording.idle.push_back(std::move(decoder));
   }
 
   std::optional<double> duration(const std::string& path, double mtime) {

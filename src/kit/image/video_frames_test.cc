@@ -234,8 +234,9 @@ TEST(VideoFrames, MomentsOneSecondApartDiffer) {
   for (int second = 0; second < 5; ++second) {
     Image picture = VideoFrames::frame(path, second + 0.5);
     EXPECT_TRUE(near(centreOf(picture), colorOfSecond(second))) << "at " << second + 0.5 << " s";
-    if (second > 0)
+    if (second > 0) {
       EXPECT_EQ(Images::pixelDifference(picture, VideoFrames::frame(path, second - 0.5)), 1) << second;
+    }
   }
 }
 
@@ -335,6 +336,20 @@ TEST(VideoFrames, ARotatedRecordingComesOutUpright) {
       const auto* rgb = reinterpret_cast<const unsigned char*>(decoded.out.data()) + (size_t(y) * c.width + x) * 3;
       EXPECT_TRUE(near(pixelAt(picture, x, y), RGB{rgb[0], rgb[1], rgb[2]}, 6)) << c.degrees << " at " << x << ", " << y;
     }
+  }
+}
+
+TEST(VideoFrames, ARecordingOfAnOddRowLengthDecodesToItsLastColumn) {
+  // 70 pixels are 280 bytes a row: not a whole number of the converter's vector blocks.
+  TempFolder folder;
+  std::string path = folder.file("narrow.mp4");
+  recordingOfSeconds(path, 2, 70, 34, 10);
+  for (double time : {0.5, 1.5}) {
+    Image picture = VideoFrames::frame(path, time);
+    ASSERT_EQ(picture.width(), 70);
+    ASSERT_EQ(picture.height(), 34);
+    EXPECT_TRUE(near(pixelAt(picture, 69, 33), colorOfSecond(int(time))));
+    EXPECT_TRUE(near(pixelAt(picture, 0, 0), colorOfSecond(int(time))));
   }
 }
 

@@ -58,8 +58,10 @@ bool FrameConverter::convert(const Image& image, AVFrame* frame) {
     }
     if (!s.scaler) return false;
     if (!s.resized) {
-      s.resizedStride = s.width * 4;
-      s.resized.reset(static_cast<uint8_t*>(av_malloc(static_cast<size_t>(s.resizedStride) * s.height)));
+      // The scaler's vector code writes whole blocks of pixels, past the end of a row whose width
+      // isn't a multiple of the block: rows padded to 64 bytes, and room after the last one.
+      s.resizedStride = (s.width * 4 + 63) / 64 * 64;
+      s.resized.reset(static_cast<uint8_t*>(av_malloc(static_cast<size_t>(s.resizedStride) * s.height + 1024)));
       if (!s.resized) return false;
     }
     const uint8_t* from[4] = {image.data(), nullptr, nullptr, nullptr};

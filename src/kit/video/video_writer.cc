@@ -124,6 +124,7 @@ VideoWriter::VideoWriter(std::string path, int width, int height, int fps) : enc
   if (fps <= 0 || fps > 1000)
     throw VornoError::io("Couldn't start the video: " + std::to_string(fps) + " frames a second isn't a frame rate.");
 
+  if (e.path.empty()) throw VornoError::io("Couldn't start the video: it has no file name.");
   std::error_code error;
   if (fs::is_directory(e.path, error))
     throw VornoError::io("Couldn't start the video: " + e.path + " is a folder.");

@@ -137,6 +137,14 @@ TEST(VideoWriter, AFolderThatCantBeWrittenGivesAnError) {
             "Couldn't start the video: No such file or directory.");
 }
 
+TEST(VideoWriter, AFolderOrNoNameIsRefused) {
+  TempFolder folder;
+  EXPECT_EQ(messageOf([&] { VideoWriter(folder.path().string(), 64, 64, 30); }),
+            "Couldn't start the video: " + folder.path().string() + " is a folder.");
+  EXPECT_EQ(messageOf([&] { VideoWriter("", 64, 64, 30); }), "Couldn't start the video: it has no file name.");
+  EXPECT_TRUE(fs::is_empty(folder.path()));
+}
+
 TEST(VideoWriter, AnEarlierFileAtThePathIsReplaced) {
   REQUIRE_FFPROBE();
   TempFolder folder;
