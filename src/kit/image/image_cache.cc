@@ -64,6 +64,8 @@ Image ImageCache::image(const std::string& path) {
   // A moment of a recording: VideoFrames keeps its own cache of decoded pictures, keyed by the
   // recording, its modification time and the moment, so two moments are two pictures.
   if (auto stamp = VideoFrames::parse(path)) return VideoFrames::frame(stamp->first, stamp->second);
+  // A recording on a still picture (a slide, a creative without motion) shows its first moment.
+  if (VideoFrames::isRecording(path)) return VideoFrames::frame(path, 0);
   double mtime = Images::modificationTime(path).value_or(0);
   {
     std::lock_guard guard(state_->lock);
@@ -110,7 +112,7 @@ std::optional<Size> ImageSizeCache::size(const std::string& path) {
     auto found = state_->sizes.find(file);
     if (found != state_->sizes.end() && found->second.mtime == *mtime) return found->second.size;
   }
-  auto size = frame ? VideoFrames::pixelSize(file) : Images::pixelSize(file);
+  auto size = frame || VideoFrames::isRecording(file) ? VideoFrames::pixelSize(file) : Images::pixelSize(file);
   if (!size) return std::nullopt;
   {
     std::lock_guard guard(state_->lock);

@@ -4,6 +4,8 @@
 #include "kit/image/images.h"
 #include "kit/model/creative.h"
 #include "kit/model/project.h"
+#include "kit/model/store_target.h"
+#include "kit/render/slide_renderer.h"
 #include "kit/motion/motion_renderer.h"
 #include "kit/video/video_writer.h"
 #include "tests/creative_project.h"
@@ -74,6 +76,16 @@ TEST_F(RecordingPlayback, TheDeviceLaysOutAtTheRecordingsSize) {
   const auto& content = std::get<DeviceContent>(device->content);
   ASSERT_TRUE(content.capture);
   EXPECT_TRUE(content.capture->ends_with("flow.mp4@t=1.0000")) << *content.capture;
+}
+
+TEST_F(RecordingPlayback, AStillPictureShowsTheRecordingsFirstMoment) {
+  Project still = testing::projectWithCreatives(R"({"canvas": "ios.header", "id": "play", "headline": "Watch it",
+      "device": {"screenshot": "captures/en-US/flow.mp4", "frame": "none"}})");
+  RenderOutput output = SlideRenderer().render(still, folder_.path().string(), still.creatives.front().slide,
+                                               StoreTarget::appStoreHeader(), "en-US", 0.25);
+  for (const Issue& issue : output.report.issues) EXPECT_NE(issue.code, "capture.missing") << issue.message;
+  EXPECT_LT(Images::pixelDifference(output.image, at(0.5)), 0.002);
+  EXPECT_GT(Images::pixelDifference(output.image, at(1.5)), 0.02);
 }
 
 }  // namespace
