@@ -35,6 +35,7 @@ class Canvas {
 
  private:
   Canvas(cairo_surface_t* surface, cairo_t* cr) : surface_(surface), cr_(cr) {}
+  static Canvas make(int format, int width, int height);
   cairo_surface_t* surface_ = nullptr;
   cairo_t* cr_ = nullptr;
 };

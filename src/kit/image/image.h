@@ -16,6 +16,9 @@ class Image {
   Image() = default;
   /// Takes over one reference of an image surface; a null or failed surface gives a null Image.
   static Image adopt(cairo_surface_t* surface);
+  /// The same, and when the last copy goes the surface is offered to the SurfacePool for the
+  /// next canvas of its size instead of being freed.
+  static Image adoptRecyclable(cairo_surface_t* surface);
 
   explicit operator bool() const { return surface_ != nullptr; }
   int width() const;
@@ -34,6 +37,8 @@ class Image {
   uint64_t id() const { return id_; }
 
  private:
+  static Image adoptWith(cairo_surface_t* surface, void (*release)(cairo_surface_t*));
+
   std::shared_ptr<cairo_surface_t> surface_;
   uint64_t id_ = 0;
 };

@@ -10,9 +10,9 @@ BatchEncoder::~BatchEncoder() { stop(true); }
 
 void BatchEncoder::hand(std::vector<Image> batch) {
   std::unique_lock guard(lock_);
-  changed_.wait(guard, [&] { return !waiting_ || failure_; });
+  changed_.wait(guard, [&] { return waiting_.size() < depth || failure_; });
   if (failure_) std::rethrow_exception(failure_);
-  waiting_ = std::move(batch);
+  waiting_.push_back(std::move(batch));
   changed_.notify_all();
 }
 
@@ -36,10 +36,10 @@ void BatchEncoder::run() {
     std::vector<Image> batch;
     {
       std::unique_lock guard(lock_);
-      changed_.wait(guard, [&] { return waiting_ || closing_; });
-      if (abandoned_ || !waiting_) return;
-      batch = std::move(*waiting_);
-      waiting_.reset();
+      changed_.wait(guard, [&] { return !waiting_.empty() || closing_; });
+      if (abandoned_ || waiting_.empty()) return;
+      batch = std::move(waiting_.front());
+      waiting_.pop_front();
       changed_.notify_all();
     }
     try {

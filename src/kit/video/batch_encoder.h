@@ -1,6 +1,7 @@
 // BatchEncoder: hands rendered frames to a VideoWriter on a thread of its own, a batch at a time,
-// so that the next batch renders on the pool while this one is converted and encoded. At most one
-// batch waits for the encoder, so memory stays bounded by two batches.
+// so that the next batches render on the pool while this one is converted and encoded. At most
+// `depth` batches wait for the encoder, so memory stays bounded by depth + 1 batches; two waiting
+// batches smooth out a frame that takes longer to render or to encode than its neighbours.
 //
 //   BatchEncoder encoder(writer);
 //   for (...) encoder.hand(renderBatch());   // waits while a batch is still waiting
@@ -14,7 +15,7 @@
 #include <condition_variable>
 #include <exception>
 #include <mutex>
-#include <optional>
+#include <deque>
 #include <thread>
 #include <vector>
 
@@ -30,8 +31,11 @@ class BatchEncoder {
   BatchEncoder(const BatchEncoder&) = delete;
   BatchEncoder& operator=(const BatchEncoder&) = delete;
 
-  /// Queues a batch in order behind the one being encoded; waits while another batch is still
-  /// queued. Throws the encoder's failure, if it has failed.
+  /// Batches that may wait for the encoder.
+  static constexpr size_t depth = 2;
+
+  /// Queues a batch in order behind the one being encoded; waits while `depth` batches are
+  /// queued already. Throws the encoder's failure, if it has failed.
   void hand(std::vector<Image> batch);
   /// Waits until every frame handed over is appended. Throws the encoder's failure.
   void close();
@@ -45,7 +49,7 @@ class BatchEncoder {
   VideoWriter& writer_;
   std::mutex lock_;
   std::condition_variable changed_;
-  std::optional<std::vector<Image>> waiting_;
+  std::deque<std::vector<Image>> waiting_;
   bool closing_ = false;
   bool abandoned_ = false;
   std::exception_ptr failure_;
