@@ -13,6 +13,5 @@ namespace {
 }  // namespace
 
 int runVideo(const ParsedArguments&) { notAvailable("video"); }
-int runCapture(const ParsedArguments&) { notAvailable("capture"); }
 
 }  // namespace vorno::cli
