@@ -72,8 +72,8 @@ TEST(MCPCapture, DevicesListShowsTheEmulatorByAVDNameAndACaptureAppearsInTheNext
   EXPECT_GT(devices["frames"].size(), 0u);
 
   // A slide that shows the capture, rendered before it exists: the capture is missing.
-  server.sendLine(toolCall(2, "slide_upsert", "{" + project + R"(, "slide": {"id": "home", "headline": "Plan your day",
-      "device": {"screenshot": "captures/{locale}/home.png"}}})"));
+  server.sendLine(toolCall(2, "slide_upsert", "{" + project + R"(, "slide": {"id": "home", "headline": "Plan your day", )" +
+                                                  R"("device": {"screenshot": "captures/{locale}/home.png"}}})"));
   contentOf(server.answerTo(2));
   server.sendLine(toolCall(3, "render_slide", "{" + project + R"(, "slide": "home"})"));
   EXPECT_NE(allText(contentOf(server.answerTo(3))).find("capture.missing"), std::string::npos);

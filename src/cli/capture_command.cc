@@ -1,6 +1,7 @@
 // `vorno capture`: a screen of the running app, or a short recording of a simulator, into the
 // package's captures/<locale>/ folder.
 #include "cli/command_spec.h"
+#include "cli/capture_command.h"
 #include "cli/commands.h"
 #include "kit/capture/capturer.h"
 #include "kit/image/images.h"
@@ -14,17 +15,15 @@
 
 namespace vorno::cli {
 
-int runCapture(const ParsedArguments& args) {
+int runCaptureWith(const ParsedArguments& args, const Capturer& capturer, std::ostream& out) {
   FileProjectStore store(standardizePath(*args.string("project")));
   Project project = store.load();
   const std::string locale =
       args.string("locale").value_or(project.locales.empty() ? "en-US" : project.locales.front());
   const std::string name = *args.string("name");
-  Capturer capturer;
 
   if (std::optional<double> seconds = args.number("video")) {
-    std::cout << capturer.recordVideo(store, name, locale, args.string("device"), *seconds, args.string("url"), true)
-              << "\n";
+    out << capturer.recordVideo(store, name, locale, args.string("device"), *seconds, args.string("url"), true) << "\n";
     return 0;
   }
 
@@ -35,10 +34,12 @@ int runCapture(const ParsedArguments& args) {
   }
   const std::string path =
       capturer.capture(store, name, locale, args.string("device"), args.string("url"), true, std::nullopt, platform);
-  std::cout << path << "\n";
+  out << path << "\n";
   if (std::optional<std::string> note = Capturer::blankNote(Images::load((store.root() / path).string())))
-    std::cout << "Warning: " << *note << "\n";
+    out << "Warning: " << *note << "\n";
   return 0;
 }
+
+int runCapture(const ParsedArguments& args) { return runCaptureWith(args, Capturer(), std::cout); }
 
 }  // namespace vorno::cli

@@ -204,6 +204,8 @@ TEST_F(SimctlTest, EveryDisplayDarkFails) {
 }
 
 TEST_F(SimctlTest, ScreenshotPassesTheDisplayOnlyWhenThereIsOne) {
+  xcrun.setDisplay("main", solidPNG(4, 8, 0xFFFFFF));
+  xcrun.setDisplay("2", solidPNG(4, 8, 0x000000));
   simctl.screenshot("U1", std::nullopt, (folder.path() / "a.png").string());
   simctl.screenshot("U1", 2, (folder.path() / "b.png").string());
   std::vector<FakeCall> calls = xcrun.calls();
