@@ -124,7 +124,8 @@ class FakeXcrun {
 /// `exec-out screencap -p` gives screens/<n>.png for the n-th shot (the last one again once they
 /// run out) or, with state/screen-changing, a different one every 0.1 s, and keeps a copy of each
 /// shot it gave in shots/. `emulator -list-avds` prints state/avds; `emulator -avd <name>` makes
-/// an emulator of that AVD appear under the serial in state/boot-serial.
+/// an emulator of that AVD appear under the serial in state/boot-serial, and with
+/// state/emulator-stays keeps running (its pid in state/emulator-pid) until state/emulator-release.
 class FakeAndroidSdk {
  public:
   explicit FakeAndroidSdk(const std::filesystem::path& folder, bool withEmulator = true)
@@ -162,7 +163,10 @@ class FakeAndroidSdk {
                       "    printf '%s\\r\\nOK\\r\\n' \"$2\" > \"$state/avd-$serial\"\n"
                       "    printf '%s          device product:sdk_gphone64_x86_64 model:sdk_gphone64_x86_64 "
                       "device:emu64xa transport_id:3\\n' \"$serial\" >> \"$state/devices\"\n"
-                      "    touch \"$state/emulator-up\" ;;\n"
+                      "    touch \"$state/emulator-up\"\n"
+                      "    if [ -f \"$state/emulator-stays\" ]; then echo $$ > \"$state/emulator-pid.new\";"
+                      " mv \"$state/emulator-pid.new\" \"$state/emulator-pid\";\n"
+                      "      while [ ! -f \"$state/emulator-release\" ]; do sleep 0.05; done; fi ;;\n"
                       "esac\n");
   }
 

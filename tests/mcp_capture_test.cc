@@ -7,6 +7,9 @@
 #include "kit/store/file_project_store.h"
 #include "tests/mcp_process.h"
 #include "tests/temp_folder.h"
+#include "tests/thread_waits.h"
+
+#include <signal.h>
 
 #include <gtest/gtest.h>
 #include <nlohmann/json.hpp>
@@ -95,6 +98,32 @@ TEST(MCPCapture, DevicesListShowsTheEmulatorByAVDNameAndACaptureAppearsInTheNext
 
   server.closeInput();
   EXPECT_EQ(server.waitForExit(), 0);
+}
+
+TEST(MCPCapture, DeviceBootStartsTheEmulatorDetachedSoItOutlivesTheServer) {
+  TempFolder folder("vorno-mcp-boot");
+  FakeAndroidSdk sdk(folder.path());
+  sdk.setAvds("INFO    | Storing crashdata in: /tmp/emu-crash.db\nPixel_9_Pro\n");
+  sdk.setBootSerial("emulator-5556");
+  writeFile(sdk.state() / "emulator-stays", "");
+  fs::create_directories(folder.path() / "home");
+  {
+    MCPProcess server(folder.path().string(), (folder.path() / "server.log").string(),
+                      {"ANDROID_HOME=" + sdk.root().string(), "HOME=" + (folder.path() / "home").string()});
+    // Real time: the boot loop looks every 2 s until the emulator has come up and booted.
+    server.sendLine(toolCall(1, "device_boot", R"({"platform": "android", "name": "Pixel_9_Pro"})"));
+    std::vector<mcp::Value> answer = contentOf(server.answerTo(1));
+    ASSERT_EQ(answer.size(), 1u);
+    EXPECT_EQ(textOf(answer[0]), "Booted Pixel_9_Pro (emulator-5556).");
+    server.closeInput();
+    EXPECT_EQ(server.waitForExit(), 0);
+  }
+  // The server has ended; the emulator it started still runs.
+  ASSERT_TRUE(pollUntil([&] { return fs::exists(sdk.state() / "emulator-pid"); }));
+  pid_t emulator = std::stoi(readFile(sdk.state() / "emulator-pid"));
+  EXPECT_EQ(::kill(emulator, 0), 0) << "the emulator ended with the server";
+  EXPECT_FALSE(fs::exists(sdk.state() / "emulator-release"));
+  writeFile(sdk.state() / "emulator-release", "");
 }
 
 }  // namespace
