@@ -7,7 +7,7 @@
 #include "kit/util/paths.h"
 #include "kit/util/vorno_error.h"
 
-#include <cmath>
+#include <cctype>
 #include <fstream>
 #include <iterator>
 
