@@ -123,8 +123,8 @@ TEST(SetupCommand, FailingClaudeIsANoteWithTheCommandToRun) {
   auto result = world.setup({});
   EXPECT_EQ(result.status, 0);
   std::string cli = fs::path(VORNO_BINARY).lexically_normal().string();
-  EXPECT_NE(result.out.find("Couldn't register the MCP server automatically: " + claude.path().string() +
-                            " mcp add vorno failed: Invalid configuration file\nRun: claude mcp add vorno --scope user -- " +
+  EXPECT_NE(result.out.find("Couldn't register the MCP server automatically: mcp add vorno failed: Invalid "
+                            "configuration file\nRun: claude mcp add vorno --scope user -- " +
                             cli + " mcp\n" + kNext),
             std::string::npos)
       << result.out;

@@ -1,7 +1,10 @@
 // `vorno devices`: the frame catalogue, one aligned line per frame, then the booted simulators.
 #include "cli/command_spec.h"
 #include "cli/commands.h"
+#include "cli/devices_command.h"
+#include "kit/capture/simctl.h"
 #include "kit/devices/device_catalog.h"
+#include "kit/util/vorno_error.h"
 
 #include <cmath>
 #include <iostream>
@@ -40,10 +43,22 @@ std::string deviceLine(const DeviceFrame& frame) {
 
 }  // namespace
 
+std::string bootedSimulatorsListing(const Simctl& simctl) {
+  std::vector<Simctl::Device> booted;
+  try {
+    booted = simctl.bootedDevices();
+  } catch (const VornoError&) {
+    return "";  // no simulator tools here (or none that work): the frames are the whole answer
+  }
+  if (booted.empty()) return "";
+  std::string text = "\nBooted simulators:\n";
+  for (const auto& device : booted) text += "  " + device.name + "  " + device.udid + "\n";
+  return text;
+}
+
 int runDevices(const ParsedArguments&) {
   for (const auto& frame : DeviceCatalog::shared().frames) std::cout << deviceLine(frame) << "\n";
-  // The booted simulators follow once simulator control is part of the build; until then the
-  // question can't be asked, which the command treats like a failed one: nothing more is printed.
+  std::cout << bootedSimulatorsListing(Simctl());
   return 0;
 }
 

@@ -10,7 +10,7 @@ ToolContext ToolContext::current() {
   // Checks that read an image fill's pixels (text contrast over a photo) read them from the file.
   installImageLoaders();
   const DeviceCatalog& catalog = DeviceCatalog::shared();
-  return ToolContext{&catalog, SlideRenderer(catalog), standardizePath(std::filesystem::current_path())};
+  return ToolContext{&catalog, SlideRenderer(catalog), standardizePath(std::filesystem::current_path()), Capturer()};
 }
 
 std::filesystem::path ToolContext::resolve(std::string_view path) const {

@@ -1,11 +1,12 @@
 // ToolContext: what every tool call is given, built once when the server starts: the device
-// catalogue, a slide renderer on it, and the working directory that relative package paths
-// resolve against.
+// catalogue, a slide renderer on it, the working directory that relative package paths resolve
+// against, and the capturer that reaches simulators and Android devices.
 #pragma once
 
 #include <filesystem>
 #include <string_view>
 
+#include "kit/capture/capturer.h"
 #include "kit/render/slide_renderer.h"
 #include "kit/store/file_project_store.h"
 
@@ -17,6 +18,8 @@ struct ToolContext {
   const DeviceCatalog* catalog = nullptr;
   SlideRenderer renderer;
   std::filesystem::path workingDirectory;
+  /// /usr/bin/xcrun and the Android SDK of the server's environment; tests point it at fakes.
+  Capturer capturer;
 
   /// The context of this process: the shared catalogue and the current directory.
   static ToolContext current();

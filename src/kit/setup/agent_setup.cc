@@ -1,9 +1,9 @@
 #include "kit/setup/agent_setup.h"
 
-#include "kit/setup/setup_process.h"
 #include "kit/util/atomic_write.h"
 #include "kit/util/paths.h"
 #include "kit/util/program_location.h"
+#include "kit/util/shell.h"
 #include "kit/util/vorno_error.h"
 
 #include <fcntl.h>
@@ -185,8 +185,7 @@ bool AgentSetup::isMCPRegistered() const {
   auto claude = claudeCLI();
   if (!claude) return false;
   try {
-    SetupProcessResult result = SetupProcess::run(claude->string(), {"mcp", "get", "vorno"}, kGetSeconds);
-    return result.status == 0 && mentionsCommand(result.out, cliPath());
+    return mentionsCommand(Shell::run(claude->string(), {"mcp", "get", "vorno"}, kGetSeconds), cliPath());
   } catch (const VornoError&) {
     return false;
   }
@@ -197,11 +196,10 @@ void AgentSetup::registerMCP() const {
   if (!claude) throw VornoError::notFound("Claude Code isn't installed. Install it, or run: " + mcpCommand());
   // Removal fails when nothing is registered; either way the add below leaves exactly one entry.
   try {
-    SetupProcess::run(claude->string(), {"mcp", "remove", "vorno", "--scope", "user"}, kRemoveSeconds);
+    Shell::run(claude->string(), {"mcp", "remove", "vorno", "--scope", "user"}, kRemoveSeconds);
   } catch (const VornoError&) {
   }
-  SetupProcess::runChecked(claude->string(), {"mcp", "add", "vorno", "--scope", "user", "--", cliPath(), "mcp"},
-                           kAddSeconds);
+  Shell::run(claude->string(), {"mcp", "add", "vorno", "--scope", "user", "--", cliPath(), "mcp"}, kAddSeconds);
 }
 
 fs::path AgentSetup::installCommandLineTool() const {

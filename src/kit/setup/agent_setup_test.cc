@@ -243,7 +243,7 @@ TEST(AgentSetup, RegisterMCPPassesOnTheFailureOfAdd) {
     world.setup().registerMCP();
     FAIL() << "expected a failure";
   } catch (const VornoError& error) {
-    EXPECT_EQ(std::string(error.what()), (world.home / ".local/bin/claude").string() + " mcp add vorno failed: Invalid configuration file");
+    EXPECT_EQ(std::string(error.what()), "mcp add vorno failed: Invalid configuration file");
   }
 }
 

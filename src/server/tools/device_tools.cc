@@ -1,6 +1,16 @@
 // devices_list, device_boot, capture_screenshot and capture_video: the tools that prepare a device
-// and take the app's screens into captures/. Agents see their full definitions already; until the
-// capture machinery is part of this build, a call answers that it isn't available yet.
+// and take the app's screens into captures/. They are thin: Capturer, Simctl and Adb do the work.
+// What they add is the check that tells an agent at once whether a capture is usable: the
+// picture itself, its size and the frame that will dress it.
+#include <nlohmann/json.hpp>
+
+#include "kit/capture/capturer.h"
+#include "kit/devices/device_catalog.h"
+#include "kit/image/image_cache.h"
+#include "kit/image/images.h"
+#include "kit/model/enum_names.h"
+#include "kit/model/project.h"
+#include "kit/util/format.h"
 #include "kit/util/vorno_error.h"
 #include "server/schema.h"
 #include "server/tool_context.h"
@@ -10,9 +20,71 @@ namespace vorno {
 
 namespace {
 
-// The one answer of a device or capture tool in this build.
-[[noreturn]] void notAvailable(const std::string& tool) {
-  throw VornoError::invalid(tool + " is not available in this build yet.");
+// Previews of captures: small enough for an agent's context, sharp enough to judge the content.
+constexpr int kPreviewSide = 1000;
+constexpr double kPreviewQuality = 0.86;
+
+nlohmann::json frameJSON(const DeviceFrame& frame) {
+  return {{"id", frame.id},
+          {"name", frame.name},
+          {"platform", std::string(rawValue(frame.platform))},
+          {"family", std::string(rawValue(frame.family))},
+          {"screen", std::to_string(frame.screenWidth) + "×" + std::to_string(frame.screenHeight) +
+                         " px, corner radius " + formatted("%.0f", frame.screenCornerRadius) + " px"},
+          {"shape", frame.maskPDFPath ? "xcode-mask" : "builtin"},
+          {"finishes", frame.spec.allFinishes()}};
+}
+
+nlohmann::json simulatorJSON(const Simctl::Device& device) {
+  nlohmann::json out = {
+      {"udid", device.udid}, {"name", device.name}, {"state", device.state}, {"runtime", device.runtime}};
+  if (device.deviceTypeIdentifier) out["deviceTypeIdentifier"] = *device.deviceTypeIdentifier;
+  return out;
+}
+
+nlohmann::json androidJSON(const Adb::Device& device) {
+  nlohmann::json out = {{"serial", device.serial}, {"state", device.state}};
+  if (device.model) out["model"] = *device.model;
+  if (device.avd) out["avd"] = *device.avd;
+  return out;
+}
+
+std::optional<Platform> platformArgument(const Arguments& arguments) {
+  std::optional<std::string> given = arguments.string("platform");
+  if (!given) return std::nullopt;
+  std::optional<Platform> platform = enumCase<Platform>(*given);
+  if (!platform) throw VornoError::invalid("platform must be ios or android.");
+  return platform;
+}
+
+/// The locale argument, else the project's first, else en-US.
+std::string localeArgument(const Arguments& arguments, const Project& project) {
+  if (std::optional<std::string> locale = arguments.string("locale")) return *locale;
+  return project.locales.empty() ? "en-US" : project.locales.front();
+}
+
+/// "iOS-26-0" as "iOS 26.0"; a runtime of another form as it stands.
+std::string runtimeWords(const std::string& runtime) {
+  if (runtime.rfind("iOS-", 0) != 0) return runtime;
+  std::string version = runtime.substr(4);
+  for (char& c : version)
+    if (c == '-') c = '.';
+  return "iOS " + version;
+}
+
+Content preview(const Image& image) {
+  Image small = Images::downscale(image, kPreviewSide);
+  std::vector<uint8_t> jpeg = Images::encode(small, Images::ImageType::jpeg, kPreviewQuality);
+  return Content::image(std::string(jpeg.begin(), jpeg.end()), "image/jpeg");
+}
+
+/// The frame a capture of this size will be dressed in: the exact screen size, else the nearest
+/// in aspect of its family, else on Android a generic frame made for it.
+std::optional<DeviceFrame> frameFor(const DeviceCatalog& catalog, int width, int height, Platform platform) {
+  if (auto exact = catalog.exactMatch(width, height, platform)) return exact;
+  if (auto best = catalog.bestMatch(width, height, platform, deviceFamilyOf(width, height))) return best;
+  if (platform == Platform::android) return DeviceCatalog::genericAndroid(width, height);
+  return std::nullopt;
 }
 
 ToolActivity activityOf(std::string summary, std::optional<std::string> locale = std::nullopt) {
@@ -33,7 +105,29 @@ class DevicesListTool final : public Tool {
   mcp::Value inputSchema() const override { return Schema::object({}); }
   ToolAnnotations annotations() const override { return ToolAnnotations::readOnly(); }
   ToolActivity activity(const Arguments&) const override { return activityOf("Checked devices"); }
-  std::vector<Content> call(const Arguments&, const ToolContext&, ToolProgress&) const override { notAvailable(name()); }
+  std::vector<Content> call(const Arguments&, const ToolContext& context, ToolProgress&) const override {
+    nlohmann::json out = {{"frames", nlohmann::json::array()},
+                          {"booted", nlohmann::json::array()},
+                          {"android", nlohmann::json::array()},
+                          {"androidVirtualDevices", nlohmann::json::array()}};
+    for (const auto& frame : context.catalog->frames) out["frames"].push_back(frameJSON(frame));
+    // Each toolchain may be missing on this machine; the answer says why and goes on.
+    try {
+      for (const auto& device : context.capturer.simctl.bootedDevices()) out["booted"].push_back(simulatorJSON(device));
+    } catch (const VornoError& error) {
+      out["simulatorError"] = error.message();
+    }
+    try {
+      Adb adb = context.capturer.makeAdb();
+      nlohmann::json android = nlohmann::json::array();
+      for (const auto& device : adb.devices()) android.push_back(androidJSON(device));
+      out["android"] = std::move(android);
+      out["androidVirtualDevices"] = adb.avds();
+    } catch (const VornoError& error) {
+      out["androidError"] = error.message();
+    }
+    return {Content::json(out)};
+  }
 };
 
 class DeviceBootTool final : public Tool {
@@ -54,7 +148,19 @@ class DeviceBootTool final : public Tool {
     std::optional<std::string> device = arguments.string("name");
     return activityOf(device ? "Booted " + *device : "Booted a device");
   }
-  std::vector<Content> call(const Arguments&, const ToolContext&, ToolProgress&) const override { notAvailable(name()); }
+  std::vector<Content> call(const Arguments& arguments, const ToolContext& context, ToolProgress&) const override {
+    const std::string device = arguments.requireString("name");
+    const std::string platform = arguments.requireString("platform");
+    if (platform == "ios") {
+      Simctl::Device booted = context.capturer.simctl.boot(device);
+      return {Content::plain("Booted " + booted.name + " (" + booted.udid + "), " + runtimeWords(booted.runtime) + ".")};
+    }
+    if (platform == "android") {
+      Adb::Device booted = context.capturer.makeAdb().boot(device);
+      return {Content::plain("Booted " + booted.avd.value_or(device) + " (" + booted.serial + ").")};
+    }
+    throw VornoError::invalid("platform must be ios or android.");
+  }
 };
 
 class CaptureTool final : public Tool {
@@ -83,7 +189,27 @@ class CaptureTool final : public Tool {
     std::optional<std::string> capture = arguments.string("name");
     return activityOf(capture ? "Captured " + *capture : "Captured a screen", arguments.string("locale"));
   }
-  std::vector<Content> call(const Arguments&, const ToolContext&, ToolProgress&) const override { notAvailable(name()); }
+  std::vector<Content> call(const Arguments& arguments, const ToolContext& context, ToolProgress&) const override {
+    FileProjectStore store = context.store(arguments.requireString("project"));
+    Project project = store.load();
+    const std::string capture = arguments.requireString("name");
+    const std::string locale = localeArgument(arguments, project);
+    Platform platform = Platform::ios;
+    const std::string path = context.capturer.capture(
+        store, capture, locale, arguments.string("device"), arguments.string("deep_link"),
+        arguments.boolean("clean_status_bar").value_or(true), arguments.string("appearance"),
+        platformArgument(arguments), &platform);
+
+    Image image = Images::load((store.root() / path).string());
+    std::optional<DeviceFrame> frame = frameFor(*context.catalog, image.width(), image.height(), platform);
+    const bool sideways = image.width() > image.height();
+    std::string text = "Saved " + path + " (" + std::to_string(image.width()) + "×" + std::to_string(image.height()) +
+                       "). Frame match: " + (frame ? frame->id : "none") +
+                       (frame && sideways ? ", drawn on its side (a landscape capture)" : "") +
+                       ". Use \"captures/{locale}/" + capture + ".png\" in a slide's device.screenshot.";
+    if (std::optional<std::string> note = Capturer::blankNote(image)) text += "\nWarning: " + *note;
+    return {preview(image), Content::plain(text)};
+  }
 };
 
 class CaptureVideoTool final : public Tool {
@@ -113,7 +239,28 @@ class CaptureVideoTool final : public Tool {
     std::optional<std::string> capture = arguments.string("name");
     return activityOf(capture ? "Recorded " + *capture : "Recorded the screen", arguments.string("locale"));
   }
-  std::vector<Content> call(const Arguments&, const ToolContext&, ToolProgress&) const override { notAvailable(name()); }
+  std::vector<Content> call(const Arguments& arguments, const ToolContext& context, ToolProgress&) const override {
+    FileProjectStore store = context.store(arguments.requireString("project"));
+    Project project = store.load();
+    std::optional<double> seconds = arguments.number("seconds");
+    if (!seconds) throw VornoError::invalid("capture_video: seconds is required.");
+    const std::string capture = arguments.requireString("name");
+    const std::string locale = localeArgument(arguments, project);
+    const std::string path =
+        context.capturer.recordVideo(store, capture, locale, arguments.string("device"), *seconds,
+                                     arguments.string("deep_link"), arguments.boolean("clean_status_bar").value_or(true));
+    std::vector<Content> answer;
+    // The first frame comes from the recording decoder; where this build can't read recordings
+    // yet, the answer is the text alone rather than a failure of a recording that succeeded.
+    try {
+      answer.push_back(preview(ImageCache::shared().image((store.root() / path).string() + "@t=0")));
+    } catch (const VornoError&) {
+    }
+    answer.push_back(Content::plain("Saved " + path + " (" + formatted("%.1f", *seconds) +
+                                    " s). Use \"captures/{locale}/" + capture +
+                                    ".mov\" as a device's screenshot in a creative with motion."));
+    return answer;
+  }
 };
 
 }  // namespace
