@@ -9,6 +9,7 @@
 // Compare the per-file figure with `taskset -c 0 build/render_bench slide`, line (b): an export
 // should cost about one render-to-PNG per file, plus its read-back check. Every figure is the
 // median of its runs, after one warm-up run that fills the image and font caches.
+#include "bench/bench_stats.h"
 #include "kit/export/exporter.h"
 #include "kit/render/slide_renderer.h"
 #include "kit/image/box_resampler.h"
@@ -37,11 +38,8 @@ using namespace vorno;
 
 namespace {
 
-double median(std::vector<double> values) {
-  std::sort(values.begin(), values.end());
-  const size_t n = values.size();
-  return n % 2 ? values[n / 2] : (values[n / 2 - 1] + values[n / 2]) / 2;
-}
+using vorno::bench::median;
+using vorno::bench::peakMiB;
 
 double cpuSeconds() {
   timespec now{};
@@ -59,12 +57,6 @@ double residentMiB() {
     if (std::sscanf(line, "VmRSS: %lf kB", &kib) == 1) break;
   std::fclose(status);
   return kib / 1024.0;
-}
-
-double peakMiB() {
-  rusage usage{};
-  ::getrusage(RUSAGE_SELF, &usage);
-  return usage.ru_maxrss / 1024.0;
 }
 
 }  // namespace

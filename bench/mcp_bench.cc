@@ -21,6 +21,7 @@
 
 #include <nlohmann/json.hpp>
 
+#include "bench/bench_stats.h"
 #include "tests/mcp_process.h"
 #include "tests/temp_folder.h"
 
@@ -30,11 +31,7 @@ using Clock = std::chrono::steady_clock;
 
 namespace {
 
-double median(std::vector<double> values) {
-  std::sort(values.begin(), values.end());
-  const size_t n = values.size();
-  return n % 2 ? values[n / 2] : (values[n / 2 - 1] + values[n / 2]) / 2;
-}
+using vorno::bench::median;
 
 struct Timing {
   double median;

@@ -11,6 +11,7 @@
 //   taskset -c 0 build/render_bench blur             # (f)
 //
 // Every figure is the median of its runs, after one warm-up run that fills the caches.
+#include "bench/bench_stats.h"
 #include "kit/export/exporter.h"
 #include "kit/image/blur.h"
 #include "kit/image/images.h"
@@ -40,6 +41,9 @@ namespace fs = std::filesystem;
 using namespace vorno;
 
 namespace {
+
+using vorno::bench::median;
+using vorno::bench::peakMiB;
 
 // A capture that looks like an app screen: a gradient header, cards and rows of "text".
 void writeCapture(const fs::path& path) {
@@ -103,12 +107,6 @@ fs::path makePackage(int slides, const std::string& name = "Bench.vorno") {
   return root;
 }
 
-double median(std::vector<double> values) {
-  std::sort(values.begin(), values.end());
-  size_t n = values.size();
-  return n % 2 ? values[n / 2] : (values[n / 2 - 1] + values[n / 2]) / 2;
-}
-
 double cpuMilliseconds() {
   timespec now{};
   clock_gettime(CLOCK_PROCESS_CPUTIME_ID, &now);
@@ -129,12 +127,6 @@ double timeMedian(int runs, const std::function<void()>& body) {
   }
   lastCPU = median(cpu);
   return median(ms);
-}
-
-double peakMiB() {
-  rusage usage{};
-  getrusage(RUSAGE_SELF, &usage);
-  return usage.ru_maxrss / 1024.0;
 }
 
 }  // namespace

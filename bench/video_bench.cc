@@ -6,6 +6,7 @@
 // seconds per second of work), and the process's peak memory, which the frame batches bound.
 //
 //   build/video_bench [runs]          # default 3 runs, after one warm-up
+#include "bench/bench_stats.h"
 #include "kit/image/images.h"
 #include "kit/model/creative.h"
 #include "kit/model/project.h"
@@ -34,17 +35,8 @@ using namespace vorno;
 
 namespace {
 
-double median(std::vector<double> values) {
-  std::sort(values.begin(), values.end());
-  const size_t n = values.size();
-  return n % 2 ? values[n / 2] : (values[n / 2 - 1] + values[n / 2]) / 2;
-}
-
-double peakMiB() {
-  rusage usage{};
-  ::getrusage(RUSAGE_SELF, &usage);
-  return usage.ru_maxrss / 1024.0;
-}
+using vorno::bench::median;
+using vorno::bench::peakMiB;
 
 double secondsOf(const std::function<void()>& work) {
   const auto start = std::chrono::steady_clock::now();

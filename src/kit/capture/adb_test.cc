@@ -4,6 +4,7 @@
 #include "kit/util/vorno_error.h"
 #include "tests/temp_folder.h"
 #include "tests/thread_waits.h"
+#include "tests/error_of.h"
 
 #include <gtest/gtest.h>
 
@@ -13,20 +14,9 @@ namespace {
 using testing::FakeAndroidSdk;
 using testing::FakeCall;
 using testing::recorded;
+using testing::errorOf;
+using testing::kOneEmulator;
 using testing::TempFolder;
-
-std::string errorOf(const std::function<void()>& call) {
-  try {
-    call();
-  } catch (const VornoError& error) {
-    return error.what();
-  }
-  return "(no error)";
-}
-
-const char* const kOneEmulator =
-    "List of devices attached\n"
-    "emulator-5554          device product:sdk_gphone64_arm64 model:Pixel_9_Pro device:emu64a transport_id:1\n\n";
 
 struct AdbTest : ::testing::Test {
   TempFolder folder;

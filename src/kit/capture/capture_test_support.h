@@ -13,6 +13,11 @@
 
 namespace vorno::testing {
 
+/// `adb devices -l` with one emulator up.
+inline const char* const kOneEmulator =
+    "List of devices attached\n"
+    "emulator-5554          device product:sdk_gphone64_arm64 model:Pixel_9_Pro device:emu64a transport_id:1\n\n";
+
 /// The text of a file of recorded output.
 inline std::string recorded(const std::string& name) {
   return readFile(std::filesystem::path(VORNO_SOURCE_DIR) / "tests" / "data" / "capture" / name);

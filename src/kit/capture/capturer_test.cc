@@ -5,6 +5,7 @@
 #include "kit/store/file_project_store.h"
 #include "kit/util/vorno_error.h"
 #include "tests/temp_folder.h"
+#include "tests/error_of.h"
 
 #include <gtest/gtest.h>
 
@@ -19,20 +20,9 @@ using testing::FakeClock;
 using testing::FakeXcrun;
 using testing::recorded;
 using testing::solidPNG;
+using testing::errorOf;
+using testing::kOneEmulator;
 using testing::TempFolder;
-
-std::string errorOf(const std::function<void()>& call) {
-  try {
-    call();
-  } catch (const VornoError& error) {
-    return error.what();
-  }
-  return "(no error)";
-}
-
-const char* const kOneEmulator =
-    "List of devices attached\n"
-    "emulator-5554          device product:sdk_gphone64_arm64 model:Pixel_9_Pro device:emu64a transport_id:1\n\n";
 
 const char* const kOneBootedSimulator = R"({"devices": {"com.apple.CoreSimulator.SimRuntime.iOS-26-0": [
   {"udid": "5A1B", "name": "iPhone 17 Pro Max", "state": "Booted", "isAvailable": true}]}})";

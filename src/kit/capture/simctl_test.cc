@@ -5,6 +5,7 @@
 #include "kit/util/shell.h"
 #include "kit/util/vorno_error.h"
 #include "tests/temp_folder.h"
+#include "tests/error_of.h"
 
 #include <gtest/gtest.h>
 
@@ -17,16 +18,8 @@ using testing::FakeCall;
 using testing::FakeXcrun;
 using testing::recorded;
 using testing::solidPNG;
+using testing::errorOf;
 using testing::TempFolder;
-
-std::string errorOf(const std::function<void()>& call) {
-  try {
-    call();
-  } catch (const VornoError& error) {
-    return error.what();
-  }
-  return "(no error)";
-}
 
 struct SimctlTest : ::testing::Test {
   TempFolder folder;

@@ -4,6 +4,7 @@
 #include "kit/util/vorno_error.h"
 #include "tests/temp_folder.h"
 #include "tests/thread_waits.h"
+#include "tests/error_of.h"
 
 #include <gtest/gtest.h>
 
@@ -15,16 +16,8 @@
 namespace vorno {
 namespace {
 
+using testing::errorOf;
 using testing::TempFolder;
-
-std::string errorOf(const std::function<void()>& call) {
-  try {
-    call();
-  } catch (const VornoError& error) {
-    return error.what();
-  }
-  return "(no error)";
-}
 
 bool processIsGone(pid_t pid) { return ::kill(pid, 0) != 0 && errno == ESRCH; }
 
