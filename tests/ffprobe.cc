@@ -140,4 +140,20 @@ VideoProbe probeVideo(const std::string& path) {
   return probe;
 }
 
+std::string VideoProbe::storeFormatMismatches() const {
+  std::string mismatches;
+  auto expect = [&](const char* key, const std::string& value, const char* wanted) {
+    if (value == wanted) return;
+    if (!mismatches.empty()) mismatches += "; ";
+    mismatches += std::string(key) + " is " + (value.empty() ? "absent" : value);
+  };
+  expect("codec", codec, "h264");
+  expect("profile", profile, "High");
+  expect("pixel format", pixFmt, "yuv420p");
+  expect("colour primaries", colorPrimaries, "bt709");
+  expect("transfer", colorTransfer, "bt709");
+  expect("matrix", colorSpace, "bt709");
+  return mismatches;
+}
+
 }  // namespace vorno::testing

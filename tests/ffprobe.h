@@ -38,6 +38,9 @@ struct VideoProbe {
   /// The longest stretch without a key frame: between two of them, before the first, or from the
   /// last to the end. At most 1 means a key frame at least every second.
   double longestKeyFrameGap() const;
+  /// What differs from the stream the stores take (H.264 High, yuv420p, BT.709 primaries,
+  /// transfer and matrix), one "key is value" each, joined by "; "; empty when nothing does.
+  std::string storeFormatMismatches() const;
 };
 
 /// True when an ffprobe program is on the PATH.

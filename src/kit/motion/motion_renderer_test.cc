@@ -4,10 +4,9 @@
 #include "kit/model/project.h"
 #include "kit/model/store_target.h"
 #include "kit/motion/motion_composer.h"
+#include "kit/layout/layout_test_support.h"
 #include "tests/creative_project.h"
-#include "tests/temp_folder.h"
 
-#include <cairo.h>
 #include <gtest/gtest.h>
 
 #include <algorithm>
@@ -21,18 +20,6 @@ namespace fs = std::filesystem;
 // A project whose only creative is `creative` (JSON), on the header canvas unless it says.
 Project projectWith(const std::string& creative) { return testing::projectWithCreatives(creative); }
 
-// A plain PNG of that size at `path`, folders made.
-void writePNG(const fs::path& path, int width, int height) {
-  fs::create_directories(path.parent_path());
-  cairo_surface_t* surface = cairo_image_surface_create(CAIRO_FORMAT_RGB24, width, height);
-  cairo_t* cr = cairo_create(surface);
-  cairo_set_source_rgb(cr, 0.2, 0.5, 0.9);
-  cairo_paint(cr);
-  cairo_destroy(cr);
-  cairo_surface_write_to_png(surface, path.c_str());
-  cairo_surface_destroy(surface);
-}
-
 std::vector<const ElementLayout*> withID(const ComposedSlide& composed, const std::string& id) {
   std::vector<const ElementLayout*> found;
   for (const ElementLayout& element : composed.elements)
@@ -42,14 +29,14 @@ std::vector<const ElementLayout*> withID(const ComposedSlide& composed, const st
 
 class MotionRendererTest : public ::testing::Test {
  protected:
-  std::string root() const { return folder_.path().string(); }
+  std::string root() const { return package_.root(); }
   ComposedSlide layoutAt(const Project& project, double time) {
     std::optional<ComposedSlide> composed = motion_.layout(project, root(), project.creatives.front(), "en-US", time);
     EXPECT_TRUE(composed);
     return composed ? *composed : ComposedSlide{};
   }
 
-  testing::TempFolder folder_{"vorno-motion"};
+  testing::TestPackage package_;
   MotionRenderer motion_;
 };
 
@@ -166,10 +153,8 @@ TEST_F(MotionRendererTest, AFramePathWithIndexTwelveReadsAsZeroZeroOneTwo) {
   EXPECT_FALSE(twelfth.usesFrames());
 
   // Through the renderer: frame 12 of a 30 fps loop is at 0.4 s, and its device shows that file.
-  for (int i : {0, 12}) {
-    fs::path capture = folder_.path() / ("captures/en-US/scroll-" + std::string(i ? "0012" : "0000") + ".png");
-    writePNG(capture, 1320, 2868);
-  }
+  for (const char* frame : {"0000", "0012"})
+    package_.capture("captures/en-US/scroll-" + std::string(frame) + ".png", 1320, 2868);
   Project project = projectWith(R"({"canvas": "ios.header", "id": "seq", "headline": "Scroll",
       "device": {"screenshot": "captures/en-US/scroll-{frame}.png"}, "motion": {"duration": 5}})");
   ComposedSlide composed = layoutAt(project, 0.4);
