@@ -4,6 +4,7 @@
 #include "cli/commands.h"
 #include "kit/model/project.h"
 #include "kit/model/variants.h"
+#include "kit/store/file_name.h"
 #include "kit/store/file_project_store.h"
 #include "kit/util/json_output.h"
 #include "kit/util/paths.h"
@@ -23,6 +24,7 @@ int runVariantImport(const ParsedArguments& args) {
   static const std::regex idPattern("^[A-Za-z0-9_-]+$");
   if (!std::regex_match(id, idPattern))
     throw UsageError("Variant ids use letters, digits, - and _ (they name export folders).");
+  FileName::check(id, "Variant id");  // the pattern has no length: 10,000 letters name no folder
 
   Project look = FileProjectStore(standardizePath(from)).load();
   look.variants.clear();  // the other package's own looks are not brought along

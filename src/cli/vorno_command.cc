@@ -2,6 +2,7 @@
 
 #include "cli/command_spec.h"
 #include "cli/help.h"
+#include "cli/valid_text_output.h"
 #include "kit/image/image_decode.h"
 #include "kit/model/vorno_info.h"
 #include "kit/util/program_location.h"
@@ -103,6 +104,7 @@ int usageFailure(const std::string& message, const CommandSpec* command) {
 }  // namespace
 
 int run(int argc, char** argv) {
+  const ValidTextOutput validText;  // names read from the disk may hold any bytes
   if (argc > 0) rememberProgramArgument(argv[0]);
   // Checks that read an image fill's pixels (text contrast over a photo) read them from the file.
   installImageLoaders();

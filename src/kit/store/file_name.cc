@@ -8,10 +8,12 @@
 namespace vorno {
 namespace {
 
-constexpr size_t maximumLength = 128;
+// In bytes: the file system limits a name to 255 bytes, and a render's name joins several ids, so
+// 70 emoji (280 bytes) must not pass as "70 characters" and then fail every render.
+constexpr size_t maximumBytes = 128;
 
-// Decodes the UTF-8 scalar at `index` and moves past it. A malformed byte counts as one character
-// of its own, so broken text is measured, never refused for its encoding alone.
+// Decodes the UTF-8 scalar at `index` and moves past it. A malformed byte counts as one scalar of
+// its own, so broken text is looked at, never refused for its encoding alone.
 uint32_t nextScalar(std::string_view text, size_t& index) {
   auto byte = [&](size_t i) { return static_cast<uint8_t>(text[i]); };
   uint8_t lead = byte(index);
@@ -39,14 +41,12 @@ bool isLineBreak(uint32_t scalar) {
 }  // namespace
 
 bool FileName::isSafeComponent(std::string_view name) {
-  if (name.empty() || name.front() == '.') return false;
-  size_t count = 0;
+  if (name.empty() || name.front() == '.' || name.size() > maximumBytes) return false;
   for (size_t index = 0; index < name.size();) {
     uint32_t scalar = nextScalar(name, index);
     // A line-break scalar always starts a character of its own, so checking every scalar is the
     // same as checking the first scalar of every character.
     if (scalar == '/' || scalar == 0 || isLineBreak(scalar)) return false;
-    if (++count > maximumLength) return false;
   }
   return true;
 }

@@ -6,7 +6,8 @@
 namespace vorno {
 
 struct FileName {
-  /// True when `name` is not empty, has at most 128 characters (Unicode scalars), does not begin
+  /// True when `name` is not empty, has at most 128 bytes (of UTF-8: 32 emoji, 64 accented
+  /// letters), does not begin
   /// with ".", and holds no "/", no NUL and no line break (U+000A to U+000D, U+0085, U+2028,
   /// U+2029). Blanks and non-ASCII letters pass.
   static bool isSafeComponent(std::string_view name);

@@ -47,11 +47,22 @@ TEST(FileName, BlanksAndNonAsciiLettersPass) {
   EXPECT_TRUE(FileName::isSafeComponent("a\tb"));  // a tab is not a line break
 }
 
-TEST(FileName, LengthCountsCharactersNotBytes) {
-  std::string e128;
-  for (int i = 0; i < 128; ++i) e128 += "\xC3\xA9";  // 128 characters, 256 bytes
-  EXPECT_TRUE(FileName::isSafeComponent(e128));
-  EXPECT_FALSE(FileName::isSafeComponent(e128 + "a"));
+TEST(FileName, LengthCountsBytesNotCharacters) {
+  std::string e64;
+  for (int i = 0; i < 64; ++i) e64 += "\xC3\xA9";  // 64 characters, 128 bytes
+  EXPECT_TRUE(FileName::isSafeComponent(e64));
+  EXPECT_FALSE(FileName::isSafeComponent(e64 + "a"));
+}
+
+TEST(FileName, SeventyEmojiAreRefusedWithTheSentence) {
+  std::string emoji;
+  for (int i = 0; i < 70; ++i) emoji += "\xF0\x9F\x98\x80";  // 70 characters, 280 bytes
+  EXPECT_EQ(refusal(emoji, "Slide id"), "Slide id \"" + emoji +
+                                            "\" can't be used in a file name: use letters, digits, - and _ (no /, no "
+                                            "leading dot).");
+  std::string e32;
+  for (int i = 0; i < 32; ++i) e32 += "\xF0\x9F\x98\x80";  // exactly 128 bytes
+  EXPECT_EQ(refusal(e32, "Slide id"), "");
 }
 
 TEST(FileName, DotInsideOrAtEndIsFineButNotAtStart) {

@@ -5,10 +5,19 @@
 #include <charconv>
 #include <cmath>
 
+#include "kit/util/utf8.h"
+
 namespace vorno {
 namespace {
 
-void appendString(std::string& out, const std::string& text) {
+// Strings hold bytes, and some come from the disk (file names, the working directory), where any
+// byte but "/" and NUL may stand; each byte that is no part of valid UTF-8 is written as U+FFFD,
+// so every document and message is valid JSON text whatever names the disk holds.
+void appendString(std::string& out, const std::string& raw) {
+  std::string mended;
+  const bool valid = isValidUTF8(raw);
+  if (!valid) mended = validUTF8(raw);
+  const std::string& text = valid ? raw : mended;
   out += '"';
   for (unsigned char c : text) {
     switch (c) {

@@ -22,6 +22,15 @@ TEST(JSONOutput, EscapesControlCharactersButNotSlashOrUnicode) {
   EXPECT_EQ(wireJSON(value), "\"line\\nbreak \\\"quoted\\\" \\\\ / é\\u0001\"");
 }
 
+TEST(JSONOutput, InvalidUTF8InStringsAndKeysIsWrittenAsReplacementCharacters) {
+  Json value = {{"file", "captures/en-US/shot\xFE.png"}, {"cwd\xFF", "/tmp/\xFF/App.vorno"}};
+  EXPECT_EQ(wireJSON(value),
+            "{\"cwd\xEF\xBF\xBD\":\"/tmp/\xEF\xBF\xBD/App.vorno\",\"file\":\"captures/en-US/shot\xEF\xBF\xBD.png\"}");
+  EXPECT_EQ(documentJSON(Json("\xC0\xAF")), "\"\xEF\xBF\xBD\xEF\xBF\xBD\"\n");
+  // What is written reads back: a strict reader accepts it.
+  EXPECT_EQ(Json::parse(wireJSON(value))["file"], "captures/en-US/shot\xEF\xBF\xBD.png");
+}
+
 TEST(JSONOutput, ShortestRoundTripForFractions) {
   EXPECT_EQ(formatNumber(0.1), "0.1");
   EXPECT_EQ(formatNumber(-0.02), "-0.02");

@@ -22,6 +22,7 @@
 #include "server/tool_context.h"
 #include "server/tools.h"
 #include "server/tools/asset_font.h"
+#include "server/tools/asset_image.h"
 
 namespace vorno {
 
@@ -130,16 +131,27 @@ class AssetAddTool final : public Tool {
     if (extension == "ttf" || extension == "otf") return addFont(arguments, context, store, name);
 
     const bool frame = arguments.boolean("frame").value_or(false);
+    const bool vector = VectorImage::isVector(name);
+    const std::optional<std::string> svg = arguments.string("svg");
+    fs::path source;
+    std::optional<Size> size;
+    if (svg) {
+      if (extension != "svg") throw VornoError::invalid("Inline markup must be saved with an .svg name.");
+    } else {
+      source = existingFile(context, arguments.requireString("source_path"));
+      // A bitmap is decoded before anything is written, so that a file the renderer would refuse
+      // is never "Saved"; a frame that is no PNG is refused below with the frames' own sentence.
+      const bool refusedAsFrame = frame && (extension != "png" || !isPNG(source));
+      if (!vector && !refusedAsFrame) size = AssetImage::check(source.string(), name);
+    }
+
     const fs::path folder = frame ? store.root() / "assets" / "frames" : store.root() / "assets";
     makeFolder(folder);
     Staged staged(folder / name);
-    if (std::optional<std::string> svg = arguments.string("svg")) {
-      if (extension != "svg") throw VornoError::invalid("Inline markup must be saved with an .svg name.");
+    if (svg)
       atomicWrite(staged.path(), *svg);
-    } else {
-      fs::path source = existingFile(context, arguments.requireString("source_path"));
+    else
       FileProjectStore::copyReplacing(source, staged.path());
-    }
 
     if (frame) {
       if (extension != "png" || !isPNG(staged.path()))
@@ -153,9 +165,7 @@ class AssetAddTool final : public Tool {
                              "screen's aspect.")};
     }
 
-    const bool vector = VectorImage::isVector(name);
-    std::optional<Size> size =
-        vector ? VectorImage::naturalSize(staged.path().string()) : Images::pixelSize(staged.path().string());
+    if (vector) size = VectorImage::naturalSize(staged.path().string());
     if (!size) throw VornoError::invalid(name + " isn't a readable image.");
     staged.commit();
     return {Content::plain("Saved assets/" + name + " (" + pixels(size->width) + "×" + pixels(size->height) +

@@ -71,6 +71,23 @@ TEST(CreativeUpsertTool, AnIdThatCantNameAFileFails) {
   EXPECT_EQ(result.text(0).rfind("Creative id \".hidden\" can't be used in a file name", 0), 0u) << result.text(0);
 }
 
+// 70 emoji: 70 characters, but 280 bytes, more than a file name may hold.
+std::string seventyEmoji() {
+  std::string emoji;
+  for (int i = 0; i < 70; ++i) emoji += "\xF0\x9F\x98\x80";
+  return emoji;
+}
+
+TEST(CreativeUpsertTool, SeventyEmojiIdFails) {
+  ToolHarness harness;
+  std::string package = harness.package("App.vorno", {"intro"});
+  auto result = harness.call("creative_upsert",
+                             creativeCall(package, R"({"id": ")" + seventyEmoji() + R"(", "canvas": "ios.header"})"));
+  EXPECT_TRUE(result.isError);
+  EXPECT_EQ(result.text(0).rfind("Creative id \"" + seventyEmoji() + "\" can't be used in a file name", 0), 0u);
+  EXPECT_TRUE(harness.load(package).creatives.empty());
+}
+
 TEST(CreativeUpsertTool, AnUnknownFieldIsReportedForThisCreative) {
   ToolHarness harness;
   std::string package = harness.package("App.vorno", {"intro"});

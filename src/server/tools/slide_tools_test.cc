@@ -153,6 +153,24 @@ TEST(SlideUpsertTool, UnsafeSlideIdFailsAndWritesNothing) {
   EXPECT_EQ(slurp(fs::path(package) / "project.json"), before);
 }
 
+// 70 emoji: 70 characters, but 280 bytes, more than a file name may hold.
+std::string seventyEmoji() {
+  std::string emoji;
+  for (int i = 0; i < 70; ++i) emoji += "\xF0\x9F\x98\x80";
+  return emoji;
+}
+
+TEST(SlideUpsertTool, SeventyEmojiIdFailsAndWritesNothing) {
+  ToolHarness harness;
+  const std::string package = harness.package("App.vorno", {"a"});
+  const std::string before = slurp(fs::path(package) / "project.json");
+  ToolResult result = harness.call("slide_upsert", args({{"project", package}, {"slide", slide(seventyEmoji())}}));
+  EXPECT_TRUE(result.isError);
+  EXPECT_EQ(result.text(), "Slide id \"" + seventyEmoji() +
+                               "\" can't be used in a file name: use letters, digits, - and _ (no /, no leading dot).");
+  EXPECT_EQ(slurp(fs::path(package) / "project.json"), before);
+}
+
 TEST(SlideUpsertTool, DescriptionNamesEveryFieldOfTheSlideDocument) {
   const std::string& text = slideUpsertDescription();
   EXPECT_TRUE(text.starts_with(

@@ -112,6 +112,23 @@ TEST(SpreadUpsertTool, AnIdThatCantNameAFileFails) {
   EXPECT_TRUE(harness.load(package).spreads.empty());
 }
 
+// 70 emoji: 70 characters, but 280 bytes, more than a file name may hold.
+std::string seventyEmoji() {
+  std::string emoji;
+  for (int i = 0; i < 70; ++i) emoji += "\xF0\x9F\x98\x80";
+  return emoji;
+}
+
+TEST(SpreadUpsertTool, SeventyEmojiIdFails) {
+  ToolHarness harness;
+  std::string package = harness.package("App.vorno", {"a", "b"});
+  auto result =
+      harness.call("spread_upsert", spreadCall(package, R"({"id": ")" + seventyEmoji() + R"(", "slides": ["a", "b"]})"));
+  EXPECT_TRUE(result.isError);
+  EXPECT_EQ(result.text(0).rfind("Spread id \"" + seventyEmoji() + "\" can't be used in a file name", 0), 0u);
+  EXPECT_TRUE(harness.load(package).spreads.empty());
+}
+
 TEST(SpreadUpsertTool, AnUnknownFieldIsSavedWithoutAndNamedAsAnIssue) {
   ToolHarness harness;
   std::string package = harness.package("App.vorno", {"a", "b"});

@@ -8,6 +8,7 @@
 #include "kit/lint/linter.h"
 #include "kit/lint/schema_check.h"
 #include "kit/model/project.h"
+#include "kit/store/file_name.h"
 #include "kit/util/vorno_error.h"
 #include "server/schema.h"
 #include "server/tool_context.h"
@@ -75,6 +76,7 @@ class VariantUpsertTool final : public Tool {
     static const std::regex pattern("^[A-Za-z0-9_-]+$");
     if (!std::regex_match(id, pattern))
       throw VornoError::invalid("Variant ids use letters, digits, - and _ (they name export folders).");
+    FileName::check(id, "Variant id");  // the pattern has no length: 10,000 letters name no folder
     std::optional<Json> patch = arguments.rawJSON("patch");
     if (!patch || patch->is_null()) throw VornoError::invalid("variant_upsert: patch is required.");
 

@@ -57,6 +57,17 @@ TEST(VariantUpsertTool, AnIdThatCantNameAnExportFolderFails) {
   EXPECT_TRUE(harness.load(package).variants.empty());
 }
 
+TEST(VariantUpsertTool, ATenThousandLetterIdIsRefusedBeforeItIsSaved) {
+  ToolHarness harness;
+  std::string package = harness.package("App.vorno", {"intro"});
+  const std::string id(10000, 'v');
+  auto result = harness.call("variant_upsert", upsertCall(package, id, "{}"));
+  EXPECT_TRUE(result.isError);
+  EXPECT_EQ(result.text(0), "Variant id \"" + id +
+                                "\" can't be used in a file name: use letters, digits, - and _ (no /, no leading dot).");
+  EXPECT_TRUE(harness.load(package).variants.empty());
+}
+
 TEST(VariantUpsertTool, WithoutAPatchSaysItIsRequired) {
   ToolHarness harness;
   std::string package = harness.package("App.vorno", {"intro"});
