@@ -42,10 +42,11 @@ int runOverview(const ParsedArguments& args) {
     const std::string locale = runLocale(project, args.string("locale"));
     if (wordsOnly) project = project.wordsOnly();
 
-    ContactSheet::Sheet sheet = ContactSheet::render(project, store.root().string(), target, locale, renderer, 900);
     std::string name = "overview-" + target.id + "-" + locale + (wordsOnly ? "-words" : "");
     if (look) name += "-" + *look;
-    fs::path path = outputPath(args.string("out"), store, name + ".png");
+    fs::path path = outputPath(args.string("out"), store, name + ".png",
+                               {{target.id, "Target"}, {locale, "Locale"}, {look.value_or("base"), "Variant id"}});
+    ContactSheet::Sheet sheet = ContactSheet::render(project, store.root().string(), target, locale, renderer, 900);
     Images::write(sheet.image, path.string(), Images::ImageType::png);
     std::cout << path.string() << "\n";
     for (const auto& line : project.storyOutline(locale)) std::cout << line << "\n";

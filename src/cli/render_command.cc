@@ -46,18 +46,6 @@ std::string runLocale(const Project& project, const std::optional<std::string>& 
   return project.locales.empty() ? "en-US" : project.locales.front();
 }
 
-fs::path outputPath(const std::optional<std::string>& out, const FileProjectStore& store, const std::string& name) {
-  if (out) {
-    fs::path path = fs::absolute(*out);
-    if (!fs::is_directory(path.parent_path()))
-      throw VornoError::notFound("The folder " + path.parent_path().string() +
-                                 " doesn't exist. Create it, or leave --out off to write into renders/.");
-    return path;
-  }
-  createFolders(store.rendersDir());
-  return store.rendersDir() / name;
-}
-
 // "%02d-" of the layer's number, then its id with anything but letters, digits and "-" made "_".
 std::string layerFileName(size_t index, const std::string& id) {
   // Letters and digits of any script are kept, as a person reads them ("Übersicht" stays).
@@ -98,16 +86,17 @@ int renderMotion(const ParsedArguments& args, const Project& project, const File
                  const Creative& creative, const StoreTarget& target, const std::string& locale, bool guides) {
   MotionRenderer motion;
   const std::string name = creative.id() + "-" + target.id + "-" + locale;
+  const std::vector<CheckedName> names{{creative.id(), "Creative id"}, {target.id, "Target"}, {locale, "Locale"}};
   if (args.flag("filmstrip")) {
     MotionRenderer::Filmstrip strip = motion.filmstrip(project, store.root().string(), creative, locale, 8, 2400, guides);
-    fs::path path = outputPath(args.string("out"), store, name + "-filmstrip.png");
+    fs::path path = outputPath(args.string("out"), store, name + "-filmstrip.png", names);
     Images::write(strip.image, path.string(), Images::ImageType::png);
     std::cout << path.string() << "\n";
     return 0;
   }
   const double seconds = args.number("time").value_or(creative.motion->posterTime());
   fs::path path =
-      outputPath(args.string("out"), store, name + "-" + formatted("%05.2f", seconds) + "s" + (guides ? "-guides" : "") + ".png");
+      outputPath(args.string("out"), store, name + "-" + formatted("%05.2f", seconds) + "s" + (guides ? "-guides" : "") + ".png", names);
   MotionRenderer::Frame frame = motion.frame(project, store.root().string(), creative, locale, seconds, 1.0);
   Image image = guides ? CreativeGuides::overlay(frame.image, target) : frame.image;
   Images::write(image, path.string(), Images::ImageType::png);
@@ -146,7 +135,8 @@ int runRender(const ParsedArguments& args) {
 
   std::string name = slide->id + "-" + target->id + "-" + locale;
   if (guides) name += "-guides";
-  fs::path path = outputPath(args.string("out"), store, name + ".png");
+  fs::path path = outputPath(args.string("out"), store, name + ".png",
+                             {{slide->id, creative ? "Creative id" : "Slide id"}, {target->id, "Target"}, {locale, "Locale"}});
 
   SlideRenderer renderer;
   RenderOutput output = renderer.render(project, store.root().string(), *slide, *target, locale, 1.0);

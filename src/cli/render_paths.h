@@ -5,6 +5,8 @@
 #include <filesystem>
 #include <optional>
 #include <string>
+#include <string_view>
+#include <vector>
 
 namespace vorno {
 struct Project;
@@ -18,8 +20,16 @@ namespace vorno::cli {
 const StoreTarget& slideTarget(const Project& project, const std::optional<std::string>& requested);
 /// --locale, else the project's first locale, else "en-US".
 std::string runLocale(const Project& project, const std::optional<std::string>& requested);
-/// A given --out as it stands (its folder must exist); else `name` in renders/, made when needed.
+/// One of the ids or locales a default file name is made of, and what it is ("Slide id").
+struct CheckedName {
+  std::string_view name;
+  std::string_view what;
+};
+
+/// A given --out as it stands: its folder must exist, and what is at the path, if anything, must
+/// be a regular file (not a folder, device, pipe or symbolic link). Else `name` in renders/, made
+/// when needed, after each of `names` has passed FileName::check.
 std::filesystem::path outputPath(const std::optional<std::string>& out, const FileProjectStore& store,
-                                 const std::string& name);
+                                 const std::string& name, const std::vector<CheckedName>& names);
 
 }  // namespace vorno::cli

@@ -33,7 +33,8 @@ int runVideo(const ParsedArguments& args) {
     throw UsageError("No creative " + id + ". Creatives: " + ids + ".");
   }
   const std::string locale = runLocale(project, args.string("locale"));
-  const fs::path path = outputPath(args.string("out"), store, id + "-" + creative->canvas + "-" + locale + ".mp4");
+  const fs::path path = outputPath(args.string("out"), store, id + "-" + creative->canvas + "-" + locale + ".mp4",
+                                     {{id, "Creative id"}, {creative->canvas, "Canvas"}, {locale, "Locale"}});
 
   // The percentage rewrites one line; it goes out at once, or a terminal would see it in jumps.
   VideoExporter exporter;

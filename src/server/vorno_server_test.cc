@@ -86,6 +86,18 @@ TEST(VornoServer, FailingCallLeavesStartedAndFailedEventsWithOneID) {
   EXPECT_EQ(events[0]["slide"], "nowhere");
 }
 
+TEST(VornoServer, CallOnAFolderThatIsNoPackageLeavesNoLogThere) {
+  // "/" was the case found: any existing folder named as the project got a log, even for a
+  // call that failed. A plain folder of the test's own stands in for it.
+  ToolHarness harness;
+  const std::filesystem::path plain = harness.folder() / "Plain";
+  std::filesystem::create_directories(plain);
+  auto result = harness.call("project_get", R"({"project": ")" + plain.string() + R"("})");
+  ASSERT_TRUE(result.isError);
+  EXPECT_FALSE(std::filesystem::exists(plain / ".activity.jsonl"));
+  EXPECT_FALSE(anyActivityLogBelow(harness.folder()));
+}
+
 TEST(VornoServer, SucceedingCallLeavesStartedAndFinishedEventsWithOneID) {
   ToolHarness harness;
   std::string package = harness.package("App.vorno", {"intro"});

@@ -99,6 +99,9 @@ std::string Exporter::creativePath(ExportLayout layout, const StoreTarget& canva
 
 std::optional<fs::path> Exporter::folder(const std::optional<std::string>& variant, const FileProjectStore& store) {
   if (!variant) return std::nullopt;
+  // The id may have been written into project.json by hand; unchecked, "../.." would send the
+  // whole export outside the package.
+  FileName::check(*variant, "Variant id");
   return store.exportsDir() / "variants" / *variant;
 }
 
@@ -328,6 +331,9 @@ LooksExport Exporter::exportLooks(const Project& project, const FileProjectStore
   LooksExport result;
   std::vector<std::optional<std::string>> looks{std::nullopt};
   for (const auto& variant : project.variants) looks.push_back(variant.id);
+  // Every look's folder is checked before the first is written, so one bad id stops the run
+  // before any look has placed a file.
+  for (const auto& variant : project.variants) folder(variant.id, store);
 
   std::set<std::string> baseIssues;
   for (size_t index = 0; index < looks.size(); ++index) {

@@ -69,7 +69,8 @@ class Exporter {
                           const std::optional<std::vector<StoreTarget>>& targets,
                           const std::optional<std::vector<std::string>>& locales, ExportLayout layout) const;
 
-  /// exports/variants/<name> for a variant; nothing for the base (its folder is the default).
+  /// exports/variants/<name> for a variant, after the name passes FileName::check as "Variant id";
+  /// nothing for the base (its folder is the default).
   static std::optional<std::filesystem::path> folder(const std::optional<std::string>& variant,
                                                      const FileProjectStore& store);
 

@@ -1,7 +1,9 @@
 #include "kit/image/codecs.h"
 
 #include <libheif/heif.h>
+#include <fcntl.h>
 #include <sys/stat.h>
+#include <unistd.h>
 
 #include <algorithm>
 #include <cstring>
@@ -55,12 +57,31 @@ std::optional<RGBAPixels> decode(const uint8_t* data, size_t size) {
   return std::nullopt;
 }
 
+std::unique_ptr<FILE, int (*)(FILE*)> openRegular(const std::string& path) {
+  std::unique_ptr<FILE, int (*)(FILE*)> none(nullptr, &std::fclose);
+  // O_NONBLOCK makes open return at once even on a pipe with no writer; a regular file reads the
+  // same either way, and only regular files get past the check.
+  const int fd = ::open(path.c_str(), O_RDONLY | O_NONBLOCK | O_CLOEXEC);
+  if (fd < 0) return none;
+  struct stat info {};
+  if (::fstat(fd, &info) != 0 || !S_ISREG(info.st_mode)) {
+    ::close(fd);
+    return none;
+  }
+  FILE* file = ::fdopen(fd, "rb");
+  if (!file) {
+    ::close(fd);
+    return none;
+  }
+  return {file, &std::fclose};
+}
+
 std::optional<std::vector<uint8_t>> readFile(const std::string& path) {
   // Plain C reading: a folder or an unreadable file must be "no image", never an exception.
-  std::unique_ptr<FILE, decltype(&std::fclose)> file(std::fopen(path.c_str(), "rb"), &std::fclose);
+  auto file = openRegular(path);
   if (!file) return std::nullopt;
   struct stat info {};
-  if (fstat(fileno(file.get()), &info) != 0 || !S_ISREG(info.st_mode)) return std::nullopt;
+  if (fstat(fileno(file.get()), &info) != 0) return std::nullopt;
   std::vector<uint8_t> bytes;
   bytes.reserve(static_cast<size_t>(info.st_size));
   uint8_t chunk[1 << 16];

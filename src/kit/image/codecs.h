@@ -69,7 +69,12 @@ std::optional<Size> jpegSize(std::FILE* file);
 std::optional<Size> tiffSize(const std::string& path);
 std::optional<Size> heifSize(const std::string& path);
 
-/// The whole file; nothing for a missing file, a folder or a read error.
+/// A regular file (or a link to one) opened for reading; null for anything else. A named pipe or
+/// a device is never read: opening a pipe with no writer would wait forever, and a device may
+/// never end. Opened without waiting, then checked, so nothing can swap the file in between.
+std::unique_ptr<FILE, int (*)(FILE*)> openRegular(const std::string& path);
+
+/// The whole file; nothing for a missing file, a folder, a pipe, a device or a read error.
 std::optional<std::vector<uint8_t>> readFile(const std::string& path);
 
 }  // namespace vorno::codecs

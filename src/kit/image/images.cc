@@ -75,6 +75,8 @@ bool fileExists(const std::string& path) {
 
 Image load(const std::string& path) {
   if (path.empty() || !fileExists(path)) throw VornoError::notFound("Image not found: " + path);
+  // A pipe or a device is never opened by name below (the vector readers would wait on it).
+  if (!codecs::openRegular(path)) throw VornoError::invalid("Not a readable image: " + path);
   if (auto bytes = codecs::readFile(path)) {
     if (auto pixels = codecs::decode(bytes->data(), bytes->size())) {
       if (Image image = imageFromPixels(std::move(*pixels))) return image;
@@ -89,10 +91,10 @@ Image load(const std::string& path) {
 }
 
 std::optional<Size> pixelSize(const std::string& path) {
-  std::unique_ptr<FILE, decltype(&std::fclose)> file(std::fopen(path.c_str(), "rb"), &std::fclose);
+  // Everything below, the vector readers included, opens the path again by name: only a regular
+  // file gets that far, so a pipe or device in the package can't block a layout.
+  auto file = codecs::openRegular(path);
   if (!file) return std::nullopt;
-  struct stat info {};
-  if (fstat(fileno(file.get()), &info) != 0 || !S_ISREG(info.st_mode)) return std::nullopt;
   uint8_t head[32] = {};
   size_t count = std::fread(head, 1, sizeof head, file.get());
   switch (codecs::sniff(head, count)) {

@@ -25,6 +25,13 @@ std::string fileOf(const std::string& path) {
   return path;
 }
 
+// True for a regular file or a link to one. A named pipe or a device in captures/ is there but
+// can't be drawn: reading it would wait for a writer that never comes, or never end.
+bool isRegularFile(const std::string& path) {
+  std::error_code error;
+  return fs::is_regular_file(path, error);
+}
+
 std::string replaceLocale(std::string text, const std::string& locale) {
   static const std::string token = "{locale}";
   for (size_t at = text.find(token); at != std::string::npos; at = text.find(token, at + locale.size()))
@@ -70,7 +77,7 @@ std::optional<std::pair<std::string, std::string>> SlideLayoutEngine::otherLocal
   });
   for (const auto& name : names) {
     std::string path = packagePath(root, replaceLocale(reference, name));
-    if (fileExists(fileOf(path))) return std::pair{name, path};
+    if (isRegularFile(fileOf(path))) return std::pair{name, path};
   }
   return std::nullopt;
 }
@@ -88,7 +95,11 @@ std::optional<SlideLayoutEngine::ResolvedDevice> SlideLayoutEngine::resolveDevic
                  "This phone has no screenshot yet. Drop an image on it, or choose one in the inspector.");
   } else {
     std::string file = packagePath(root, *path);
-    if (fileExists(fileOf(file))) {
+    if (fileExists(fileOf(file)) && !isRegularFile(fileOf(file))) {
+      sink.error("capture.missing", "Screenshot " + *path +
+                                        " isn't a file that can be read. Drop an image on the phone, or choose one in "
+                                        "the inspector.");
+    } else if (fileExists(fileOf(file))) {
       resolved.captureURL = file;
     } else {
       auto reference = unresolvedReference(slot.screenshot, target);

@@ -1,6 +1,7 @@
 #include "kit/store/activity_log.h"
 
 #include "kit/model/coding.h"
+#include "kit/store/file_project_store.h"
 #include "kit/util/atomic_write.h"
 #include "kit/util/json_output.h"
 #include "kit/util/paths.h"
@@ -87,12 +88,19 @@ ActivityLog::ActivityLog(const std::filesystem::path& root) : url_(standardizePa
 
 void ActivityLog::append(const ActivityEvent& event) const {
   try {
-    // The log never creates a package: a deleted or never-made folder stays absent.
-    std::error_code error;
-    if (!std::filesystem::is_directory(url_.parent_path(), error)) return;
+    // The log never creates a package and never lands in a folder that isn't one: a tool called
+    // with "/" or a user's home as its project must leave no file there, even when it fails.
+    if (!FileProjectStore(url_.parent_path()).exists()) return;
     std::string line = wireJSON(encodeActivityEvent(event)) + "\n";
-    int fd = ::open(url_.c_str(), O_WRONLY | O_APPEND | O_CREAT | O_CLOEXEC, 0644);
+    // Not through a symbolic link (it could point anywhere outside the package), and not into a
+    // pipe or device (opening a pipe for writing waits for a reader): only a regular file.
+    int fd = ::open(url_.c_str(), O_WRONLY | O_APPEND | O_CREAT | O_CLOEXEC | O_NOFOLLOW | O_NONBLOCK, 0644);
     if (fd < 0) return;
+    struct stat info {};
+    if (::fstat(fd, &info) != 0 || !S_ISREG(info.st_mode)) {
+      ::close(fd);
+      return;
+    }
     // One write with O_APPEND keeps lines of several processes whole, so no lock is needed. A
     // short write is not continued: a second write could interleave with another process's line.
     ssize_t written;
@@ -108,7 +116,7 @@ void ActivityLog::append(const ActivityEvent& event) const {
 
 void ActivityLog::compactIfNeeded() const {
   struct stat info {};
-  if (::stat(url_.c_str(), &info) != 0 || !S_ISREG(info.st_mode) ||
+  if (::lstat(url_.c_str(), &info) != 0 || !S_ISREG(info.st_mode) ||
       static_cast<uint64_t>(info.st_size) <= compactionThreshold)
     return;
   int fd = ::open(url_.c_str(), O_RDONLY | O_CLOEXEC);

@@ -63,7 +63,8 @@ class ActivityLog {
 
   const std::filesystem::path& url() const { return url_; }
 
-  /// Adds one line. Does nothing when the package folder is gone; every failure is swallowed.
+  /// Adds one line. Does nothing when the folder is not a package (no project.json) or the log is
+  /// not a regular file (a link, a pipe); every failure is swallowed.
   void append(const ActivityEvent& event) const;
 
   struct Batch {

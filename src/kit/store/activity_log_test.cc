@@ -2,11 +2,17 @@
 
 #include "kit/model/coding.h"
 #include "kit/util/json_output.h"
+#include "tests/hang_guard.h"
 #include "tests/run_process.h"
 
+#include <fcntl.h>
 #include <gtest/gtest.h>
+#include <sys/stat.h>
+#include <unistd.h>
 
+#include <chrono>
 #include <fstream>
+#include <future>
 #include <sstream>
 #include <thread>
 
@@ -57,6 +63,7 @@ class ActivityLogTest : public ::testing::Test {
     folder_ = testing::makeTempFolder("vorno-activity");
     root_ = folder_ / "App.vorno";
     fs::create_directories(root_);
+    std::ofstream(root_ / "project.json") << "{}";
   }
   void TearDown() override { fs::remove_all(folder_); }
 
@@ -229,6 +236,44 @@ TEST_F(ActivityLogTest, AppendWritesOneLineAndReadReturnsItWithTheNextOffset) {
   ASSERT_EQ(batch.events.size(), 1u);
   EXPECT_EQ(batch.events[0], e);
   EXPECT_EQ(batch.offset, lineOf(e).size());
+}
+
+TEST_F(ActivityLogTest, FolderWithoutProjectJSONGetsNoLog) {
+  fs::remove(root_ / "project.json");
+  ActivityLog log(root_);
+  log.append(event("a"));
+  EXPECT_FALSE(fs::exists(log.url()));
+}
+
+TEST_F(ActivityLogTest, LogThatIsALinkToOutsideIsNotAppendedTo) {
+  const fs::path outside = folder_ / "canary.txt";
+  std::ofstream(outside) << "untouched";
+  fs::create_symlink(outside, root_ / ".activity.jsonl");
+  ActivityLog log(root_);
+  log.append(event("a"));
+  std::ifstream in(outside);
+  std::string text((std::istreambuf_iterator<char>(in)), std::istreambuf_iterator<char>());
+  EXPECT_EQ(text, "untouched");
+  EXPECT_TRUE(fs::is_symlink(log.url()));
+}
+
+TEST_F(ActivityLogTest, LogThatIsANamedPipeIsNotWaitedOn) {
+  // Without a reader, opening a pipe for writing would wait forever; the append must return.
+  ASSERT_EQ(::mkfifo((root_ / ".activity.jsonl").c_str(), 0644), 0);
+  ActivityLog log(root_);
+  auto appending = std::async(std::launch::async, [&] { log.append(event("a")); });
+  if (appending.wait_for(testing::hangGuard) != std::future_status::ready) {
+    ADD_FAILURE() << "append waited on the pipe";
+    // Set it free: a reader lets the open return, and its end of file ends the write.
+    int fd = ::open(log.url().c_str(), O_RDONLY | O_NONBLOCK);
+    char buffer[4096];
+    while (appending.wait_for(std::chrono::milliseconds(50)) != std::future_status::ready)
+      while (fd >= 0 && ::read(fd, buffer, sizeof buffer) > 0) {
+      }
+    if (fd >= 0) ::close(fd);
+  }
+  appending.get();
+  EXPECT_TRUE(fs::is_fifo(log.url()));
 }
 
 TEST_F(ActivityLogTest, AppendNeverThrowsWhenTheLogCannotBeWritten) {
