@@ -8,6 +8,7 @@
 #include "tests/run_process.h"
 #include "tests/temp_folder.h"
 #include "tests/video_pictures.h"
+#include "tests/error_of.h"
 
 extern "C" {
 #include <libavcodec/avcodec.h>
@@ -205,15 +206,6 @@ bool withRotation(const std::string& from, const std::string& to, int degrees) {
 // A picture of `width` × `height`: left half red, right half blue.
 Image leftRedRightBlue(int width, int height) { return testing::bandedPicture(width, height, {{220, 30, 30}, {30, 30, 220}}); }
 
-std::string messageOf(const std::function<void()>& body) {
-  try {
-    body();
-  } catch (const VornoError& error) {
-    return error.message();
-  }
-  return "(no error)";
-}
-
 TEST(VideoFrames, FrameOfA5SecondRecordingAt7SecondsGivesTheFrameAt2Seconds) {
   TempFolder folder;
   std::string path = folder.file("walk.mp4");
@@ -357,9 +349,9 @@ TEST(VideoFrames, AnUnplayableFileIsNotAPlayableRecording) {
   TempFolder folder;
   std::string fake = folder.file("fake.mov");
   std::ofstream(fake) << "this is not a movie";
-  EXPECT_EQ(messageOf([&] { VideoFrames::frame(fake, 1); }), "Not a playable recording: " + fake);
+  EXPECT_EQ(testing::errorOf([&] { VideoFrames::frame(fake, 1); }), "Not a playable recording: " + fake);
   std::string missing = folder.file("missing.mp4");
-  EXPECT_EQ(messageOf([&] { VideoFrames::frame(missing, 0); }), "Not a playable recording: " + missing);
+  EXPECT_EQ(testing::errorOf([&] { VideoFrames::frame(missing, 0); }), "Not a playable recording: " + missing);
   try {
     VideoFrames::frame(fake, 0);
   } catch (const VornoError& error) {
@@ -422,7 +414,7 @@ TEST(VideoFrames, ImageCacheShowsTheMomentOfAStampedPath) {
   EXPECT_TRUE(near(centreOf(one), colorOfSecond(1)));
   EXPECT_TRUE(near(centreOf(two), colorOfSecond(2)));
   EXPECT_EQ(cache.image(path + "@t=1.5000").id(), one.id());
-  EXPECT_EQ(messageOf([&] { cache.image(folder.file("gone.mov") + "@t=1.0000"); }),
+  EXPECT_EQ(testing::errorOf([&] { cache.image(folder.file("gone.mov") + "@t=1.0000"); }),
             "Not a playable recording: " + folder.file("gone.mov"));
 }
 

@@ -4,6 +4,7 @@
 #include "tests/ffprobe.h"
 #include "tests/temp_folder.h"
 #include "tests/video_pictures.h"
+#include "tests/error_of.h"
 
 #include <gtest/gtest.h>
 
@@ -32,15 +33,6 @@ void writeMoving(const std::string& path, int width, int height, int fps, int co
     writer.append(solidPicture(width, height, {(i * 7) % 256, (i * 13) % 256, 255 - (i * 5) % 256}));
   EXPECT_EQ(writer.framesWritten(), count);
   writer.finish();
-}
-
-std::string messageOf(const std::function<void()>& body) {
-  try {
-    body();
-  } catch (const VornoError& error) {
-    return error.message();
-  }
-  return "(no error)";
 }
 
 TEST(VideoWriter, A1920By1080VideoAt30FpsAsksFor7464960BitsPerSecond) {
@@ -98,13 +90,13 @@ TEST(VideoWriter, FrameCountOfOneMakesAOneFrameVideo) {
 
 TEST(VideoWriter, OddSizesAreRefusedWithTheirSize) {
   TempFolder folder;
-  EXPECT_EQ(messageOf([&] { VideoWriter(folder.file("a.mp4"), 101, 100, 30); }),
+  EXPECT_EQ(testing::errorOf([&] { VideoWriter(folder.file("a.mp4"), 101, 100, 30); }),
             "Can't write a 101x100 H.264 video on this machine.");
-  EXPECT_EQ(messageOf([&] { VideoWriter(folder.file("a.mp4"), 100, 99, 30); }),
+  EXPECT_EQ(testing::errorOf([&] { VideoWriter(folder.file("a.mp4"), 100, 99, 30); }),
             "Can't write a 100x99 H.264 video on this machine.");
-  EXPECT_EQ(messageOf([&] { VideoWriter(folder.file("a.mp4"), 0, 100, 30); }),
+  EXPECT_EQ(testing::errorOf([&] { VideoWriter(folder.file("a.mp4"), 0, 100, 30); }),
             "Can't write a 0x100 H.264 video on this machine.");
-  EXPECT_EQ(messageOf([&] { VideoWriter(folder.file("a.mp4"), -2, 100, 30); }),
+  EXPECT_EQ(testing::errorOf([&] { VideoWriter(folder.file("a.mp4"), -2, 100, 30); }),
             "Can't write a -2x100 H.264 video on this machine.");
   EXPECT_FALSE(fs::exists(folder.file("a.mp4")));
   EXPECT_TRUE(fs::is_empty(folder.path()));
@@ -112,7 +104,7 @@ TEST(VideoWriter, OddSizesAreRefusedWithTheirSize) {
 
 TEST(VideoWriter, AFrameRateOfZeroIsRefused) {
   TempFolder folder;
-  EXPECT_EQ(messageOf([&] { VideoWriter(folder.file("a.mp4"), 64, 64, 0); }),
+  EXPECT_EQ(testing::errorOf([&] { VideoWriter(folder.file("a.mp4"), 64, 64, 0); }),
             "Couldn't start the video: 0 frames a second isn't a frame rate.");
 }
 
@@ -128,15 +120,15 @@ TEST(VideoWriter, AFolderThatCantBeWrittenGivesAnError) {
     EXPECT_EQ(error.message().rfind("Couldn't start the video: ", 0), 0u) << error.message();
     EXPECT_EQ(error.message().back(), '.');
   }
-  EXPECT_EQ(messageOf([&] { VideoWriter(folder.file("missing") + "/loop.mp4", 64, 64, 30); }),
+  EXPECT_EQ(testing::errorOf([&] { VideoWriter(folder.file("missing") + "/loop.mp4", 64, 64, 30); }),
             "Couldn't start the video: No such file or directory.");
 }
 
 TEST(VideoWriter, AFolderOrNoNameIsRefused) {
   TempFolder folder;
-  EXPECT_EQ(messageOf([&] { VideoWriter(folder.path().string(), 64, 64, 30); }),
+  EXPECT_EQ(testing::errorOf([&] { VideoWriter(folder.path().string(), 64, 64, 30); }),
             "Couldn't start the video: " + folder.path().string() + " is a folder.");
-  EXPECT_EQ(messageOf([&] { VideoWriter("", 64, 64, 30); }), "Couldn't start the video: it has no file name.");
+  EXPECT_EQ(testing::errorOf([&] { VideoWriter("", 64, 64, 30); }), "Couldn't start the video: it has no file name.");
   EXPECT_TRUE(fs::is_empty(folder.path()));
 }
 
@@ -193,14 +185,14 @@ TEST(VideoWriter, AnInterruptedExportLeavesAPartialFileThatTheNextRunReplaces) {
 TEST(VideoWriter, FinishingWithoutFramesSaysSo) {
   TempFolder folder;
   VideoWriter writer(folder.file("loop.mp4"), 64, 64, 30);
-  EXPECT_EQ(messageOf([&] { writer.finish(); }), "Couldn't finish the video: it has no frames.");
+  EXPECT_EQ(testing::errorOf([&] { writer.finish(); }), "Couldn't finish the video: it has no frames.");
 }
 
 TEST(VideoWriter, AnEmptyPictureIsRefusedWithItsIndex) {
   TempFolder folder;
   VideoWriter writer(folder.file("loop.mp4"), 64, 64, 30);
   writer.append(solidPicture(64, 64, {10, 20, 30}));
-  EXPECT_EQ(messageOf([&] { writer.append(Image()); }), "Couldn't add frame 1: the picture is empty.");
+  EXPECT_EQ(testing::errorOf([&] { writer.append(Image()); }), "Couldn't add frame 1: the picture is empty.");
 }
 
 TEST(VideoWriter, APictureOfAnotherSizeIsScaledToTheVideo) {
