@@ -5,6 +5,7 @@
 #include <thread>
 #include <optional>
 
+#include "kit/image/picture_pools.h"
 #include "kit/model/vorno_info.h"
 #include "kit/store/activity_log.h"
 #include "kit/util/atomic_write.h"
@@ -12,6 +13,7 @@
 #include "mcp/stdio_transport.h"
 #include "server/agent_identity.h"
 #include "server/guide.h"
+#include "server/idle_memory.h"
 #include "server/tool_registry.h"
 
 namespace vorno {
@@ -128,6 +130,29 @@ mcp::Value VornoServer::readResource(const mcp::Value& params) {
   return mcp::Value::Object{{"contents", mcp::Value::Array{std::move(content)}}};
 }
 
+namespace {
+
+// How long the server waits after its last call before giving the picture pools' memory back:
+// longer than an agent's pause between a render and the next edit, short next to its idle time.
+constexpr auto quietBeforeRelease = std::chrono::seconds(5);
+
+// One for the process, never destroyed: calls still running at exit may end after static
+// destructors have run.
+IdleMemory& idleMemory() {
+  static IdleMemory* idle = new IdleMemory(quietBeforeRelease, [] { PicturePools::drain(); });
+  return *idle;
+}
+
+// Marks a tool call as running for as long as it lives.
+struct RunningCall {
+  RunningCall() { idleMemory().callStarted(); }
+  ~RunningCall() { idleMemory().callEnded(); }
+  RunningCall(const RunningCall&) = delete;
+  RunningCall& operator=(const RunningCall&) = delete;
+};
+
+}  // namespace
+
 std::unique_ptr<mcp::Server> VornoServer::make(const ToolContext& context) {
   mcp::ServerOptions options;
   options.instructions = instructions();
@@ -140,6 +165,7 @@ std::unique_ptr<mcp::Server> VornoServer::make(const ToolContext& context) {
   server->withMethodHandler(
       "tools/call",
       [&context](const mcp::Value& params, mcp::RequestContext& request) {
+        RunningCall running;
         return callTool(params, context, &request);
       },
       mcp::Params::required);

@@ -13,7 +13,7 @@
 #include "kit/image/box_resampler.h"
 #include "kit/image/image_cache.h"
 #include "kit/image/images.h"
-#include "kit/image/surface_pool.h"
+#include "kit/image/picture_pools.h"
 #include "kit/lint/linter.h"
 #include "kit/model/project.h"
 #include "kit/model/store_target.h"
@@ -275,7 +275,7 @@ ExportSummary Exporter::exportLook(const Project& project, const FileProjectStor
     }
   });
   // Nothing of the old export has been touched yet: the manifest still lists every old file.
-  SurfacePool::drain();  // the pictures' surfaces go back before the videos, which use their own
+  PicturePools::drain();  // the pictures' memory goes back before the videos, which use their own
   if (firstFailure) rethrow(firstFailure, failedPath);
 
   std::vector<std::vector<Issue>> videoIssues;

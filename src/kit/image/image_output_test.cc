@@ -4,6 +4,7 @@
 #include "kit/image/images.h"
 #include "kit/image/jpeg_writer.h"
 #include "kit/image/png_writer.h"
+#include "kit/image/scratch_buffers.h"
 #include "kit/util/vorno_error.h"
 #include "tests/temp_folder.h"
 
@@ -134,7 +135,7 @@ TEST(PNGWriter, TranslucentImageKeepsStraightAlpha) {
 TEST(PNGWriter, EveryFilterAndLevelRoundTrips) {
   Image opaque = testPicture(97, 41, true, false);
   Image translucent = testPicture(97, 41, false, true);
-  for (auto filter : {PNGWriter::Filter::none, PNGWriter::Filter::sub, PNGWriter::Filter::up})
+  for (auto filter : {PNGWriter::Filter::none, PNGWriter::Filter::sub, PNGWriter::Filter::up, PNGWriter::Filter::adaptive})
     for (int level : {0, 1, 2, 6, 12})
       for (const Image* image : {&opaque, &translucent}) {
         SCOPED_TRACE(::testing::Message() << "filter " << int(filter) << " level " << level);
@@ -174,10 +175,11 @@ TEST(PNGWriter, LargeImageSpansSeveralDataChunks) {
   expectSamePixels(image, *decoded, 0);
 }
 
-TEST(PNGWriter, LevelFollowsTheShareOfFlatBytes) {
-  EXPECT_EQ(PNGWriter::levelFor(0.93), 2);  // gradients, text and an interface
-  EXPECT_EQ(PNGWriter::levelFor(0.55), 1);  // a photograph with sensor noise
-  EXPECT_EQ(PNGWriter::levelFor(0.0), 1);
+TEST(PNGWriter, LevelFollowsHowWellASampleOfThePictureCompresses) {
+  EXPECT_EQ(PNGWriter::levelFor(0.03), PNGWriter::calmLevel);  // gradients, copy and an interface
+  EXPECT_EQ(PNGWriter::levelFor(0.0), PNGWriter::calmLevel);
+  EXPECT_EQ(PNGWriter::levelFor(0.27), 1);  // a photograph with sensor noise
+  EXPECT_EQ(PNGWriter::levelFor(1.0), 1);
 }
 
 TEST(PNGWriter, AutomaticLevelPicksByContent) {
@@ -189,7 +191,7 @@ TEST(PNGWriter, AutomaticLevelPicksByContent) {
   cairo_paint(flatCanvas.context());
   cairo_pattern_destroy(ramp);
   Image flat = flatCanvas.finish();
-  EXPECT_EQ(PNGWriter::encode(flat), PNGWriter::encode(flat, {.level = 2}));
+  EXPECT_EQ(PNGWriter::encode(flat), PNGWriter::encode(flat, {.level = PNGWriter::calmLevel}));
 
   Canvas noisyCanvas = Canvas::opaque(400, 300);
   Image noisy = noisyCanvas.finish();
@@ -201,7 +203,46 @@ TEST(PNGWriter, AutomaticLevelPicksByContent) {
   }
   cairo_surface_mark_dirty(noisy.surface());
   EXPECT_EQ(PNGWriter::encode(noisy), PNGWriter::encode(noisy, {.level = 1}));
-  EXPECT_NE(PNGWriter::encode(noisy), PNGWriter::encode(noisy, {.level = 2}));
+  EXPECT_NE(PNGWriter::encode(noisy), PNGWriter::encode(noisy, {.level = PNGWriter::calmLevel}));
+}
+
+// Rows that suit different filters in one picture: vertical ramps (Up) above, horizontal ramps
+// (Sub) below. Choosing per row must beat both fixed filters.
+TEST(PNGWriter, FilterChosenPerRowBeatsEveryFixedFilter) {
+  Canvas canvas = Canvas::opaque(600, 400);
+  cairo_t* cr = canvas.context();
+  for (int half = 0; half < 2; ++half) {
+    cairo_pattern_t* ramp = half == 0 ? cairo_pattern_create_linear(0, 0, 0, 200) : cairo_pattern_create_linear(0, 0, 600, 0);
+    cairo_pattern_add_color_stop_rgb(ramp, 0, 0.1, 0.2, 0.7);
+    cairo_pattern_add_color_stop_rgb(ramp, 1, 0.9, 0.5, 0.2);
+    cairo_set_source(cr, ramp);
+    cairo_rectangle(cr, 0, half * 200, 600, 200);
+    cairo_fill(cr);
+    cairo_pattern_destroy(ramp);
+  }
+  Image image = canvas.finish();
+  const size_t adaptive = PNGWriter::encode(image, {.level = 6, .filter = PNGWriter::Filter::adaptive})->size();
+  for (auto filter : {PNGWriter::Filter::none, PNGWriter::Filter::sub, PNGWriter::Filter::up}) {
+    SCOPED_TRACE(int(filter));
+    EXPECT_LT(adaptive, PNGWriter::encode(image, {.level = 6, .filter = filter})->size());
+  }
+  auto decoded = decodeWithSpng(*PNGWriter::encode(image));
+  ASSERT_TRUE(decoded);
+  expectSamePixels(image, *decoded, 0);
+}
+
+// The encoder's two picture-sized buffers come from the scratch pool: a second picture of the
+// same size reuses them instead of taking fresh memory.
+TEST(PNGWriter, SecondPictureReusesTheFirstOnesBuffers) {
+  ScratchBuffers::drain();
+  Image image = testPicture(1000, 700, true, false);
+  ASSERT_TRUE(PNGWriter::encode(image));
+  const int64_t kept = ScratchBuffers::byteCount();
+  EXPECT_GE(kept, int64_t(1000) * 700 * 3);
+  ASSERT_TRUE(PNGWriter::encode(image));
+  EXPECT_EQ(ScratchBuffers::byteCount(), kept);
+  ScratchBuffers::drain();
+  EXPECT_EQ(ScratchBuffers::byteCount(), 0);
 }
 
 TEST(PNGWriter, NullImageGivesNothing) { EXPECT_FALSE(PNGWriter::encode(Image())); }

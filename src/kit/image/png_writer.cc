@@ -1,37 +1,24 @@
 // PNGWriter: rows prepared and filtered in one pass, compressed by libdeflate in one call, and
 // wrapped in the PNG container (signature, IHDR, IDAT, IEND, each chunk with its CRC-32).
 //
-// Why our own container over libdeflate, at level 1 with the Sub filter. Measured on this
-// machine (2 shared cores, RelWithDebInfo) with a 1320 x 2868 slide: a vertical gradient, a
-// headline and a subhead, a rounded card holding a photo-like capture with sensor noise
-// (bench/png_bench.cc, CPU-time medians of 5 to 9 runs, row packing included):
+// Filters. Each row takes the filter whose bytes are smallest in magnitude (png_row_filters):
+// the reference library's default, and on store slides 3-5 % smaller than the best fixed filter.
+// A row equal to the one above costs one pass, so flat slides pay little for the choice.
 //
-//   encoder                                 ms     bytes
-//   ours, libdeflate 1, Sub               74.6   3,126,660   <- chosen
-//   ours, libdeflate 1, Up                92.5   3,162,300
-//   ours, libdeflate 1, None              56.0   3,525,550   (+23%: too big)
-//   ours, libdeflate 2, Up / Sub       119/121   2,950,200 / 2,935,950
-//   ours, libdeflate 3, Up                 110   2,922,200
-//   ours, libdeflate 6, Up / Sub       141/140   2,895,330 / 2,892,900
-//   libspng, zlib 1, Up                    121   3,431,710
-//   libspng, zlib 6, Up                    609   2,868,760
-//   libpng, zlib 1, Up                     111   3,431,710
-//   libpng, zlib 6, Up                     541   2,868,760
+// Level. libdeflate's level 1 is a fast greedy matcher; its higher levels search hash chains,
+// which costs little where the filtered rows are long runs (gradients, copy, interfaces) and
+// much where they are noise (photographs), and gains most where it costs least. So the level is
+// picked by measuring the picture: a few strips spread down it are compressed at level 1, and
+// when they shrink well (to under `busyRatio` of their size) the picture is calm and gets
+// `calmLevel`; otherwise it is busy and keeps level 1. The sample is about 4 % of the rows, and
+// its result depends only on the pixels, so the same picture always gives the same file.
 //
-// Level 1 is libdeflate's fast matcher; from level 2 on it switches to hash chains, which buys
-// 6% of size for 60% more time. Sub level 1 is the fastest whose files are within 9% of the
-// smallest: eight times faster than zlib at its default level, and faster and 9% smaller than
-// zlib at level 1. Noise in photographs is what keeps every encoder near 3 MB.
-//
-// A fixed filter costs one subtraction a byte, where adaptive filtering tries all five per row.
-//
-// Level 2 after all, for flat pictures. The photo above leaves 55% of the filtered bytes zero; a
-// slide of gradients, text and an interface capture (bench/render_bench.cc) leaves 93%, and there
-// level 2 (hash chains) takes 23 ms where level 1 takes 34, and makes a smaller file: level 1's
-// matcher is slow on long runs. Fitting cost per byte to the share of zeros puts the crossover
-// near 85%; the share is counted on every eighth row while filtering, and above 88% level 2 is
-// used.
+// The filtered rows and the deflate output, each about the picture's size, come from the
+// scratch pool: no fresh pages and no clearing per picture.
 #include "kit/image/png_writer.h"
+
+#include "kit/image/png_row_filters.h"
+#include "kit/image/scratch_buffers.h"
 
 #include <cairo.h>
 #include <libdeflate.h>
@@ -119,15 +106,9 @@ bool premultipliedFormat(const Image& image) {
   return cairo_image_surface_get_format(image.surface()) == CAIRO_FORMAT_ARGB32;
 }
 
-size_t zeroBytes(const uint8_t* bytes, size_t size) {
-  size_t zeros = 0;
-  for (size_t i = 0; i < size; ++i) zeros += bytes[i] == 0;
-  return zeros;
-}
-
 }  // namespace
 
-int levelFor(double zeroFraction) { return zeroFraction > 0.88 ? 2 : 1; }
+int levelFor(double sampleRatio) { return sampleRatio < busyRatio ? calmLevel : 1; }
 
 bool isOpaque(const Image& image) {
   if (!image) return true;
@@ -162,95 +143,117 @@ std::optional<std::vector<uint8_t>> packedRows(const Image& image, bool withAlph
   return rows;
 }
 
-std::optional<std::vector<uint8_t>> encode(const Image& image, Options options) {
-  if (!image || image.width() <= 0 || image.height() <= 0) return std::nullopt;
-  const int width = image.width(), height = image.height();
-  const bool withAlpha = !isOpaque(image);
-  const int channels = withAlpha ? 4 : 3;
-  const size_t rowBytes = static_cast<size_t>(width) * channels;
-  const bool premultiplied = premultipliedFormat(image);
-  int level = options.level == automaticLevel ? automaticLevel : std::clamp(options.level, 0, 12);
-  const uint8_t filterByte = options.filter == Filter::sub ? 1 : options.filter == Filter::up ? 2 : 0;
+namespace {
 
-  std::vector<uint8_t> filtered, current, previous, compressed, file;
-  size_t sampledBytes = 0, sampledZeros = 0;
+struct Rows {
+  int width = 0, height = 0, channels = 0;
+  size_t rowBytes = 0;  ///< bytes of one row's pixels, without its filter byte
+  size_t lineBytes() const { return rowBytes + 1; }
+};
+
+// Every row with its filter byte in front, into `filtered`. False when memory runs out.
+bool filterRows(const Image& image, const Rows& rows, Filter filter, uint8_t* filtered) {
+  const bool withAlpha = rows.channels == 4, premultiplied = premultipliedFormat(image);
+  std::vector<uint8_t> current, previous;
   try {
-    filtered.resize((rowBytes + 1) * height);
-    current.resize(rowBytes);
-    previous.assign(rowBytes, 0);  // the row above the first is zeros
+    current.resize(rows.rowBytes);
+    previous.assign(rows.rowBytes, 0);  // the row above the first is zeros
   } catch (const std::bad_alloc&) {
-    return std::nullopt;
+    return false;
   }
-  for (int y = 0; y < height; ++y) {
-    uint8_t* out = filtered.data() + (rowBytes + 1) * y;
-    out[0] = filterByte;
-    ++out;
-    if (!withAlpha && options.filter == Filter::sub) {
-      subOpaqueRow(image.data() + static_cast<size_t>(y) * image.stride(), width, out);
-      if (level == automaticLevel && y % 8 == 0) {
-        sampledBytes += rowBytes;
-        sampledZeros += zeroBytes(out, rowBytes);
-      }
+  const auto fixed = filter == Filter::sub ? PNGRowFilters::sub
+                     : filter == Filter::up ? PNGRowFilters::up
+                                            : PNGRowFilters::none;
+  for (int y = 0; y < rows.height; ++y) {
+    const uint8_t* source = image.data() + static_cast<size_t>(y) * image.stride();
+    uint8_t* out = filtered + rows.lineBytes() * y;
+    if (!withAlpha && filter == Filter::sub) {
+      out[0] = PNGRowFilters::sub;
+      subOpaqueRow(source, rows.width, out + 1);
       continue;
     }
-    packRow(image.data() + static_cast<size_t>(y) * image.stride(), width, withAlpha, premultiplied,
-            current.data());
-    const uint8_t* cur = current.data();
-    switch (options.filter) {
-      case Filter::none:
-        std::memcpy(out, cur, rowBytes);
-        break;
-      case Filter::sub:
-        for (int i = 0; i < channels; ++i) out[i] = cur[i];
-        for (size_t i = channels; i < rowBytes; ++i) out[i] = uint8_t(cur[i] - cur[i - channels]);
-        break;
-      case Filter::up: {
-        const uint8_t* above = previous.data();
-        for (size_t i = 0; i < rowBytes; ++i) out[i] = uint8_t(cur[i] - above[i]);
-        break;
-      }
-    }
-    if (level == automaticLevel && y % 8 == 0) {
-      sampledBytes += rowBytes;
-      sampledZeros += zeroBytes(out, rowBytes);
+    packRow(source, rows.width, withAlpha, premultiplied, current.data());
+    if (filter == Filter::adaptive) {
+      out[0] = PNGRowFilters::applyBest(current.data(), previous.data(), rows.rowBytes, rows.channels, out + 1);
+    } else {
+      out[0] = fixed;
+      PNGRowFilters::apply(fixed, current.data(), previous.data(), rows.rowBytes, rows.channels, out + 1);
     }
     current.swap(previous);
   }
-  if (level == automaticLevel) level = levelFor(sampledBytes ? double(sampledZeros) / double(sampledBytes) : 0);
+  return true;
+}
 
-  libdeflate_compressor* deflater = compressor(level);
-  if (!deflater) return std::nullopt;
-  try {
-    compressed.resize(libdeflate_zlib_compress_bound(deflater, filtered.size()));
-  } catch (const std::bad_alloc&) {
-    return std::nullopt;
+// How far a few strips spread down the filtered picture shrink at level 1: their compressed
+// size over their size.
+double sampleRatio(const uint8_t* filtered, const Rows& rows) {
+  constexpr int strips = 8, stripRows = 16;
+  libdeflate_compressor* fast = compressor(1);
+  if (!fast) return 1;
+  const int rowsPerStrip = std::min(stripRows, rows.height);
+  const size_t stripBytes = rows.lineBytes() * rowsPerStrip;
+  std::vector<uint8_t> out(libdeflate_zlib_compress_bound(fast, stripBytes));
+  size_t in = 0, packed = 0;
+  for (int k = 0; k < strips; ++k) {
+    const int top = static_cast<int>(int64_t(rows.height - rowsPerStrip) * k / (strips - 1));
+    const size_t size = libdeflate_zlib_compress(fast, filtered + rows.lineBytes() * top, stripBytes, out.data(),
+                                                 out.size());
+    in += stripBytes;
+    packed += size ? size : stripBytes;
+    if (rows.height <= rowsPerStrip) break;  // one strip is the whole picture
   }
-  size_t compressedSize =
-      libdeflate_zlib_compress(deflater, filtered.data(), filtered.size(), compressed.data(), compressed.size());
-  if (compressedSize == 0) return std::nullopt;
-  std::vector<uint8_t>().swap(filtered);
+  return double(packed) / double(in);
+}
 
+// The PNG file around a zlib stream.
+std::optional<std::vector<uint8_t>> container(const Rows& rows, const uint8_t* stream, size_t streamSize) {
   // IDAT chunks of 1 MiB: any size up to 2^31 is legal, but streaming readers handle moderate
   // chunks best.
   constexpr size_t idatSize = 1 << 20;
+  static const uint8_t signature[8] = {0x89, 'P', 'N', 'G', '\r', '\n', 0x1A, '\n'};
+  std::vector<uint8_t> file;
   try {
-    file.reserve(8 + 25 + compressedSize + (compressedSize / idatSize + 1) * 12 + 12);
+    file.reserve(8 + 25 + streamSize + (streamSize / idatSize + 1) * 12 + 12);
+    file.resize(8);
   } catch (const std::bad_alloc&) {
     return std::nullopt;
   }
-  static const uint8_t signature[8] = {0x89, 'P', 'N', 'G', '\r', '\n', 0x1A, '\n'};
-  file.insert(file.end(), signature, signature + 8);
+  std::memcpy(file.data(), signature, 8);
   uint8_t header[13];
-  putBigEndian32(header, static_cast<uint32_t>(width));
-  putBigEndian32(header + 4, static_cast<uint32_t>(height));
-  header[8] = 8;                     // bits per channel
-  header[9] = withAlpha ? 6 : 2;     // colour type: RGBA or RGB
-  header[10] = header[11] = header[12] = 0;  // deflate, adaptive filter method, no interlace
+  putBigEndian32(header, static_cast<uint32_t>(rows.width));
+  putBigEndian32(header + 4, static_cast<uint32_t>(rows.height));
+  header[8] = 8;                                // bits per channel
+  header[9] = rows.channels == 4 ? 6 : 2;       // colour type: RGBA or RGB
+  header[10] = header[11] = header[12] = 0;     // deflate, adaptive filter method, no interlace
   appendChunk(file, "IHDR", header, sizeof header);
-  for (size_t offset = 0; offset < compressedSize; offset += idatSize)
-    appendChunk(file, "IDAT", compressed.data() + offset, std::min(idatSize, compressedSize - offset));
+  for (size_t offset = 0; offset < streamSize; offset += idatSize)
+    appendChunk(file, "IDAT", stream + offset, std::min(idatSize, streamSize - offset));
   appendChunk(file, "IEND", nullptr, 0);
   return file;
+}
+
+}  // namespace
+
+std::optional<std::vector<uint8_t>> encode(const Image& image, Options options) {
+  if (!image || image.width() <= 0 || image.height() <= 0) return std::nullopt;
+  Rows rows;
+  rows.width = image.width(), rows.height = image.height();
+  rows.channels = isOpaque(image) ? 3 : 4;
+  rows.rowBytes = static_cast<size_t>(rows.width) * rows.channels;
+
+  ScratchBuffer filtered = ScratchBuffers::take(rows.lineBytes() * rows.height);
+  if (!filtered || !filterRows(image, rows, options.filter, filtered.data())) return std::nullopt;
+
+  const int level = options.level == automaticLevel ? levelFor(sampleRatio(filtered.data(), rows))
+                                                    : std::clamp(options.level, 0, 12);
+  libdeflate_compressor* deflater = compressor(level);
+  if (!deflater) return std::nullopt;
+  ScratchBuffer stream = ScratchBuffers::take(libdeflate_zlib_compress_bound(deflater, filtered.size()));
+  if (!stream) return std::nullopt;
+  const size_t streamSize =
+      libdeflate_zlib_compress(deflater, filtered.data(), filtered.size(), stream.data(), stream.size());
+  if (streamSize == 0) return std::nullopt;
+  return container(rows, stream.data(), streamSize);
 }
 
 }  // namespace vorno::PNGWriter

@@ -1,9 +1,9 @@
 // PNGWriter: our own PNG encoder, the one on every export's hot path. Opaque images become RGB
 // (colour type 2, no alpha channel) and others RGBA with straight alpha (colour type 6), 8 bits a
-// channel, exactly the image's size, with a single fixed row filter and one zlib stream made by
-// libdeflate in one call.
+// channel, exactly the image's size, each row with the filter that suits it and one zlib stream
+// made by libdeflate in one call, at a level picked by measuring the picture.
 //
-//   std::vector<uint8_t> png = PNGWriter::encode(image);        // the chosen level and filter
+//   std::vector<uint8_t> png = PNGWriter::encode(image);        // chosen filters and level
 //   PNGWriter::encode(image, {.level = 1, .filter = PNGWriter::Filter::sub});
 //
 // The row preparation is public so that benchmarks can feed the same rows to other encoders.
@@ -17,18 +17,25 @@
 
 namespace vorno::PNGWriter {
 
-enum class Filter { none, sub, up };
+/// One filter for every row, or the best for each row (`adaptive`).
+enum class Filter { none, sub, up, adaptive };
 
-/// Level 1 for busy pictures, 2 for mostly flat ones: what the measurements favour (png_writer.cc).
+/// Level 1 for busy pictures, `calmLevel` for calm ones, told apart by how well a sample of the
+/// picture's rows compresses (png_writer.cc).
 constexpr int automaticLevel = -1;
+/// A sample that shrinks below this share of its size marks a calm picture.
+constexpr double busyRatio = 0.12;
+/// The level of calm pictures.
+constexpr int calmLevel = 6;
 
 struct Options {
   int level = automaticLevel;  ///< libdeflate level, 0 (stored) ... 12, or automaticLevel
-  Filter filter = Filter::sub;
+  Filter filter = Filter::adaptive;
 };
 
-/// The level `automaticLevel` picks when `zeroFraction` of the filtered bytes are zero.
-int levelFor(double zeroFraction);
+/// The level `automaticLevel` picks when a sample of the filtered rows compresses at level 1 to
+/// `sampleRatio` of its size.
+int levelFor(double sampleRatio);
 
 /// Whether every pixel is opaque: always for an RGB24 image, by a scan of alpha otherwise.
 bool isOpaque(const Image& image);

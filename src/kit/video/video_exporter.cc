@@ -5,7 +5,7 @@
 #include "kit/video/video_exporter.h"
 
 #include "kit/image/images.h"
-#include "kit/image/surface_pool.h"
+#include "kit/image/picture_pools.h"
 #include "kit/model/creative.h"
 #include "kit/model/project.h"
 #include "kit/model/store_target.h"
@@ -101,7 +101,7 @@ std::vector<Issue> VideoExporter::write(const Project& project, const std::strin
   writer.finish();
   report(count);
   // The frames' surfaces served the whole loop; nothing of this size comes next.
-  SurfacePool::drain();
+  PicturePools::drain();
 
   // The loop check: where the loop ends, just before it wraps, must look like where it starts.
   std::vector<Issue> issues;
