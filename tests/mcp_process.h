@@ -24,6 +24,7 @@ namespace vorno::testing {
 
 class MCPProcess {
  public:
+  pid_t pid() const { return pid_; }
   /// Starts `vorno mcp` in `directory`; its standard error goes to `errorLog` (or nowhere), and
   /// `environment` ("NAME=value") is added to what it inherits. `program` is the vorno to run:
   /// the build's own unless a test installed one elsewhere.
