@@ -180,6 +180,35 @@ TEST(VerifyAsset, PNGCutOffBeforeItsPixelsIsUnreadable) {
   EXPECT_EQ(codes(Linter::verifyAsset(path, smallSlot())), std::vector<std::string>{"asset.unreadable"});
 }
 
+// Files whose header reads fine but whose body was cut or changed after it was written.
+TEST(VerifyAsset, PNGThatIsNotWholeIsUnreadable) {
+  TempFolder folder;
+  const std::vector<uint8_t> whole = encodePNG(6, 10, SPNG_COLOR_TYPE_TRUECOLOR);
+  const std::string path = folder.file("torn.png");
+  writeBytes(path, whole);
+  ASSERT_TRUE(Linter::verifyAsset(path, smallSlot()).empty());
+
+  std::vector<uint8_t> bytes = whole;
+  bytes.resize(bytes.size() - 12);  // the end chunk is gone
+  writeBytes(path, bytes);
+  EXPECT_EQ(codes(Linter::verifyAsset(path, smallSlot())), std::vector<std::string>{"asset.unreadable"});
+
+  bytes = whole;
+  bytes.resize(bytes.size() - 20);  // cut inside the pixel data
+  writeBytes(path, bytes);
+  EXPECT_EQ(codes(Linter::verifyAsset(path, smallSlot())), std::vector<std::string>{"asset.unreadable"});
+
+  bytes = whole;
+  bytes[8 + 25 + 8] ^= 0x01;  // one bit of the first IDAT's data: its CRC no longer matches
+  writeBytes(path, bytes);
+  EXPECT_EQ(codes(Linter::verifyAsset(path, smallSlot())), std::vector<std::string>{"asset.unreadable"});
+
+  bytes = whole;
+  bytes.push_back(0);  // something after the end chunk
+  writeBytes(path, bytes);
+  EXPECT_EQ(codes(Linter::verifyAsset(path, smallSlot())), std::vector<std::string>{"asset.unreadable"});
+}
+
 TEST(VerifyAsset, JPEGIsReadForItsSizeAndHasNoAlpha) {
   TempFolder folder;
   std::string path = folder.file("photo.jpg");
