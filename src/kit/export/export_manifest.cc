@@ -3,9 +3,13 @@
 // must begin with the folder and "/"), then judged by its scope. A covered entry that the new run
 // didn't write again is stale: its file goes, and so do the folders that this leaves empty, up to
 // but not including the export folder. An uncovered entry belongs to another layout, target or
-// locale that this run says nothing about, so it stays listed as long as its file exists. The
-// manifest is written last and atomically: a run that fails or is killed before that point leaves
-// the old manifest, which still lists every old file, so the next run can finish the job.
+// locale that this run says nothing about, so it stays listed as long as its file exists.
+//
+// The manifest is written twice per run, each time atomically. Before the first file is placed,
+// the run's files are announced: added to the old entries, nothing removed. At the end it is
+// replaced as above. A run that fails or is killed in between leaves a manifest that still lists
+// every old file and every file this run may have written, so the next run can finish the job:
+// no file an export wrote is ever left unlisted for an uploader to publish.
 #include "kit/export/export_manifest.h"
 
 #include "kit/util/atomic_write.h"
@@ -113,6 +117,17 @@ ExportManifest ExportManifest::read(const fs::path& folder) {
     manifest.files.push_back(std::move(*entry));
   }
   return manifest;
+}
+
+void ExportManifest::announce(const fs::path& folderGiven, const std::vector<Entry>& entries) {
+  const fs::path folder = standardizePath(folderGiven);
+  ExportManifest next = read(folder);
+  std::set<std::string> listed;
+  for (const auto& entry : next.files) listed.insert(entry.path);
+  for (const auto& entry : entries)
+    if (listed.insert(entry.path).second) next.files.push_back(entry);
+  createFolders(folder);
+  atomicWrite(folder / fileName, documentJSON(encode(next)));
 }
 
 std::vector<std::string> ExportManifest::replace(const fs::path& folderGiven, const std::vector<Entry>& entries,

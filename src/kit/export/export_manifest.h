@@ -53,6 +53,12 @@ struct ExportManifest {
   /// The folder's manifest; an empty one when the file is missing or can't be read as one.
   static ExportManifest read(const std::filesystem::path& folder);
 
+  /// Before a run places its first file: lists the files it will write in the folder's manifest,
+  /// after the entries already there (those already listed are not repeated), atomically. A run
+  /// that then fails or is killed has its files on record, and the next run that covers them
+  /// removes those it doesn't write again.
+  static void announce(const std::filesystem::path& folder, const std::vector<Entry>& entries);
+
   /// Removes the old entries of the covered scopes that the new ones don't list again, keeps the
   /// uncovered entries whose files still exist, writes the kept entries followed by `entries`
   /// atomically, and returns the relative paths removed. A file that can't be removed throws

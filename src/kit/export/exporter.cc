@@ -4,8 +4,10 @@
 // a single file exists. Then the job list, one file each, in a fixed order (targets, locales,
 // slides; then creatives, locales). Then one parallel loop over the jobs on the process pool:
 // lay out, draw once, write, read back. Results are placed by job index, so the summary's order
-// never depends on timing; only the first failure and nothing else is shared between jobs. Last,
-// the manifest replacement, which alone removes anything, and only when every file was written.
+// never depends on timing; only the first failure and nothing else is shared between jobs. Before
+// that loop the run's files are announced in the manifest, so a run that stops part-way leaves
+// none unlisted. Last, the manifest replacement, which alone removes anything, and only when
+// every file was written.
 #include "kit/export/exporter.h"
 
 #include "kit/export/export_manifest.h"
@@ -241,6 +243,13 @@ ExportSummary Exporter::exportLook(const Project& project, const FileProjectStor
       videos.push_back({job.target, job.locale, job.slide,
                         creativePath(layout, job.target, job.locale, job.moving->id(), "mp4"), job.moving});
   const size_t files = jobs.size() + videos.size();
+
+  // On record before the first file is placed: a run that stops part-way leaves no file unlisted.
+  std::vector<ExportManifest::Entry> planned;
+  for (const auto* list : {&jobs, &videos})
+    for (const Job& job : *list) planned.push_back({job.path, layout, job.target.id, job.locale});
+  removeStaleTemporaries(folder / ExportManifest::fileName);
+  ExportManifest::announce(folder, planned);
 
   std::vector<JobResult> results(jobs.size());
   std::mutex lock;

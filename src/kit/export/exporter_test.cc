@@ -292,6 +292,28 @@ TEST_F(ExporterTest, FirstFailureIsThrownAfterOtherJobsFinishAndOldExportStays) 
   EXPECT_EQ(std::string(std::istreambuf_iterator<char>(in), {}), manifest);
 }
 
+// A run that fails after writing files under new names: they are on record, so the next run
+// removes them instead of leaving them for an uploader to publish.
+TEST_F(ExporterTest, FilesOfAFailedRunAreListedAndTheNextRunRemovesThem) {
+  run(project({"one", "two"}));
+  fs::remove_all(exports() / "ios/ios.iphone-6.9/ja-JP");
+  std::ofstream(exports() / "ios/ios.iphone-6.9/ja-JP") << "in the way";
+  EXPECT_THROW(run(project({"one", "temp"})), VornoError);
+  const fs::path orphan = exports() / "android/play.phone/en-US/02-temp.png";
+  ASSERT_TRUE(fs::exists(orphan));
+  std::ifstream in(exports() / ".vorno-export.json");
+  const std::string listed(std::istreambuf_iterator<char>(in), {});
+  EXPECT_NE(listed.find("android/play.phone/en-US/02-temp.png"), std::string::npos);
+  EXPECT_NE(listed.find("android/play.phone/en-US/02-two.png"), std::string::npos);  // old files stay listed
+
+  fs::remove(exports() / "ios/ios.iphone-6.9/ja-JP");
+  auto summary = run(project({"one"}));
+  EXPECT_FALSE(fs::exists(orphan));
+  EXPECT_FALSE(fs::exists(exports() / "android/play.phone/en-US/02-two.png"));
+  EXPECT_TRUE(fs::exists(exports() / "android/play.phone/en-US/01-one.png"));
+  EXPECT_NE(std::find(summary.removed.begin(), summary.removed.end(), orphan.string()), summary.removed.end());
+}
+
 TEST_F(ExporterTest, StaleTemporaryOfAKilledWriteIsSweptButUsersDotFilesStay) {
   const fs::path folder = exports() / "ios/ios.iphone-6.9/en-US";
   fs::create_directories(folder);
