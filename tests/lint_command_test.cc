@@ -89,6 +89,20 @@ TEST_F(LintCommand, OneErrorAmongWarningsExitsOneAfterPrintingAll) {
   EXPECT_EQ(result.err, "");
 }
 
+TEST_F(LintCommand, ReportsTheOverlapARenderWouldOnEveryTarget) {
+  auto root = package(document(R"(["ios.iphone-6.9", "ios.iphone-duo"])",
+                               R"([{"id": "a", "headline": "The whole week\non one screen", "elements": [)"
+                               R"({"id": "days", "kind": "component", "component": {"type": "stat", "title": "21 days"}}],)"
+                               R"( "overrides": {"ios.iphone-6.9": {"placements": {"days": {"x": 0.5, "y": 0.12, "width": 0.7}}}}}])"));
+  auto result = runVorno({"lint", "--project", root});
+  EXPECT_EQ(result.status, 0) << result.err;
+  EXPECT_NE(result.out.find("[warning] layout.overlap (a · ios.iphone-6.9 · en-US): Stat days covers"), std::string::npos)
+      << result.out;
+  // The Duo borrows the iPhone's placement, scaled to its canvas: still across the words.
+  EXPECT_NE(result.out.find("[warning] layout.overlap (a · ios.iphone-duo · en-US): Stat days covers"), std::string::npos)
+      << result.out;
+}
+
 TEST_F(LintCommand, ExamplePackageIsClean) {
   auto result = runVorno({"lint", "-p", sourceDir() + "/examples/Demo.vorno"});
   EXPECT_EQ(result.status, 0) << result.out << result.err;
