@@ -36,6 +36,12 @@ std::vector<ElementLayout> SlideLayoutEngine::layFreeElements(const FreeElements
     if (laid[i]) taken.push_back(*laid[i]);
   }
 
+  // A creative's scenes change its words, and a default that followed them would jump from scene
+  // to scene; there elements placed nowhere keep the plain centred default.
+  if (target.isCreative()) {
+    for (size_t i : unplaced) laid[i] = lay(i, defaultPlacement(list[i], run.slides), false, sinkAt(run.slides * 0.5));
+    unplaced.clear();
+  }
   FreeSpace space({0, 0, W * std::max(run.slides, 1), H}, taken);
   for (size_t i : unplaced) {
     Placement p = defaultPlacement(list[i], run.slides);

@@ -4,11 +4,11 @@
 
 #include "kit/layout/layout_test_support.h"
 #include "kit/layout/slide_layout_engine.h"
-#include "kit/store/file_project_store.h"
+#include "kit/model/project_json.h"
 
 #include <gtest/gtest.h>
 
-#include <fstream>
+#include <nlohmann/json.hpp>
 
 namespace vorno {
 namespace {
@@ -119,8 +119,8 @@ TEST(FreeElements, DefaultsOfSeveralElementsTakeFreeSpaceOnEveryTarget) {
   package.capture("captures/week.png", 1320, 2868);
   Project project = agentProject();
   project.slides[0].device = testing::showing("captures/week.png");
-  FileProjectStore(package.root()).save(project);
-  project = FileProjectStore(package.root()).load();
+  // Through the document's JSON, as an agent's slide_upsert would write it.
+  project = decodeProject(nlohmann::json::parse(encodeProject(project).dump()));
   SlideLayoutEngine engine;
   for (const std::string& id : project.targets) {
     const StoreTarget& target = *StoreTarget::named(id);
