@@ -129,5 +129,15 @@ TEST(ExamplePackage, LayoutsHaveNoWarningsAndEnoughContrast) {
   }
 }
 
+TEST(ExamplePackage, NothingCoversTheWordsAndNoDeviceIsCutOnAnyTargetOrLocale) {
+  Project project = FileProjectStore(exampleRoot()).load();
+  SlideLayoutEngine engine;
+  for (const std::string& locale : project.locales)
+    for (const std::string& targetID : project.targets)
+      for (const Slide& slide : project.slides)
+        for (const Issue& issue : engine.layout(project, exampleRoot(), slide, *StoreTarget::named(targetID), locale).issues)
+          EXPECT_TRUE(issue.code != "layout.overlap" && issue.code != "device.cropped") << issue.description();
+}
+
 }  // namespace
 }  // namespace vorno::testing

@@ -89,6 +89,20 @@ TEST_F(LintCommand, OneErrorAmongWarningsExitsOneAfterPrintingAll) {
   EXPECT_EQ(result.err, "");
 }
 
+TEST_F(LintCommand, ReportsTheOverlapARenderWouldOnEveryTarget) {
+  auto root = package(document(R"(["ios.iphone-6.9", "ios.iphone-duo"])",
+                               R"([{"id": "a", "headline": "The whole week\non one screen", "elements": [)"
+                               R"({"id": "days", "kind": "component", "component": {"type": "stat", "title": "21 days"}}],)"
+                               R"( "overrides": {"ios.iphone-6.9": {"placements": {"days": {"x": 0.5, "y": 0.12, "width": 0.7}}}}}])"));
+  auto result = runVorno({"lint", "--project", root});
+  EXPECT_EQ(result.status, 0) << result.err;
+  EXPECT_NE(result.out.find("[warning] layout.overlap (a · ios.iphone-6.9 · en-US): Stat days covers"), std::string::npos)
+      << result.out;
+  // The Duo borrows the iPhone's placement, scaled to its canvas: still across the words.
+  EXPECT_NE(result.out.find("[warning] layout.overlap (a · ios.iphone-duo · en-US): Stat days covers"), std::string::npos)
+      << result.out;
+}
+
 TEST_F(LintCommand, ExamplePackageIsClean) {
   auto result = runVorno({"lint", "-p", sourceDir() + "/examples/Demo.vorno"});
   EXPECT_EQ(result.status, 0) << result.out << result.err;
@@ -110,6 +124,8 @@ Project baseProject(std::vector<std::string> targets) {
   project.appName = "Crewday";
   project.locales = {"en-US", "de-DE"};
   project.targets = std::move(targets);
+  // Readable colours, so that the layout's findings don't crowd the rules under test.
+  project.theme = Theme::vorno();
   return project;
 }
 
@@ -171,7 +187,12 @@ TEST_F(LintPackage, ProjectRulesPrintInRuleOrderAndTheirErrorsExitOne) {
                    "submission. Add the target ios.iphone-duo (2007×2853): slides render on it as they are, and a "
                    "capture from the iPhone Duo simulator shows the Duo itself.",
                    "[warning] text.missing-locale (b · de-DE): Headline has no de-DE text.",
-                   "[info] text.long (b): Headline has 9 words; 5–7 reads best at thumbnail size."}));
+                   "[info] text.long (b): Headline has 9 words; 5–7 reads best at thumbnail size.",
+                   // Then what the renders would say, on the one known target.
+                   "[warning] text.wrap (b · ios.iphone-6.9 · en-US): Headline wraps to 3 lines in en-US; it was "
+                   "written as 1. Shorten it or move the line break.",
+                   "[warning] text.wrap (b · ios.iphone-6.9 · de-DE): Headline wraps to 3 lines in de-DE; it was "
+                   "written as 1. Shorten it or move the line break."}));
   EXPECT_EQ(result.err, "");
   EXPECT_EQ(result.status, 1);
 }
@@ -202,7 +223,16 @@ TEST_F(LintPackage, GooglePlayClaimsComeBeforeAppStorePolicyAndAClaimExitsOne) {
                    "[warning] appstore.policy (intro · en-US): \"$5\" is a price. Apple asks store art to leave out "
                    "prices and discounts, so it's right in every country and stays true.",
                    "[warning] appstore.policy (share · en-US): \"crewday.com\" is a web address. Apple asks store "
-                   "art to leave out URLs."}));
+                   "art to leave out URLs.",
+                   // Then what the renders would say: the fallbacks, on every target that shows them.
+                   "[warning] text.missing-locale (share · ios.iphone-6.9 · de-DE): Text caption has no de-DE text; "
+                   "using a fallback.",
+                   "[warning] text.missing-locale (share · ios.iphone-duo · de-DE): Text caption has no de-DE text; "
+                   "using a fallback.",
+                   "[warning] text.missing-locale (share · play.phone · de-DE): Text caption has no de-DE text; "
+                   "using a fallback.",
+                   "[warning] text.missing-locale (share · play.phone · de-DE): Text play-badge has no de-DE text; "
+                   "using a fallback."}));
   EXPECT_EQ(result.status, 1);
 }
 

@@ -1,6 +1,8 @@
-// `vorno lint`: schema findings on the raw file first, then the project's own rules.
+// `vorno lint`: schema findings on the raw file first, then the project's own rules, then the
+// layout's findings on every slide, target and locale.
 #include "cli/command_spec.h"
 #include "cli/commands.h"
+#include "kit/layout/layout_findings.h"
 #include "kit/lint/issue.h"
 #include "kit/lint/linter.h"
 #include "kit/lint/schema_check.h"
@@ -22,7 +24,10 @@ int runLint(const ParsedArguments& args) {
   for (const auto& finding : SchemaCheck::projectFile(store.project())) issues.push_back(finding.issue(std::nullopt));
 
   Project project = store.load();
-  for (auto& issue : Linter::lint(project)) issues.push_back(std::move(issue));
+  const std::vector<Issue> rules = Linter::lint(project);
+  issues.insert(issues.end(), rules.begin(), rules.end());
+  // Then what the renders of every slide, target and locale would report.
+  for (auto& issue : layoutFindings(project, store.root().string(), rules)) issues.push_back(std::move(issue));
 
   if (issues.empty()) {
     std::cout << "No issues.\n";

@@ -108,6 +108,17 @@ int renderMotion(const ParsedArguments& args, const Project& project, const File
 
 }  // namespace
 
+// Where each element stands, so that whoever reads the output can reason about space without
+// opening the picture: "element headline (text) at 97, 172, 1126 × 260 px".
+static void printElements(const RenderReport& report) {
+  for (const auto& e : report.elements) {
+    std::cout << "element " << e.id << " (" << e.kind << ") at " << e.x << ", " << e.y << ", " << e.width << " × "
+              << e.height << " px";
+    if (e.rotation != 0) std::cout << ", turned " << formatted("%g", e.rotation) << "°";
+    std::cout << "\n";
+  }
+}
+
 int runRender(const ParsedArguments& args) {
   FileProjectStore store(standardizePath(*args.string("project")));
   Project project = store.load().resolved(args.string("variant"));
@@ -145,6 +156,7 @@ int runRender(const ParsedArguments& args) {
   Images::write(image, path.string(), Images::ImageType::png);
   std::cout << path.string() << "\n";
   for (const auto& issue : output.report.issues) std::cout << issue.description() << "\n";
+  printElements(output.report);
 
   if (auto layers = args.string("layers"))
     writeLayers(fs::absolute(*layers), project, store.root(), *slide, *target, locale, renderer);

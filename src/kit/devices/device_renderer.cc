@@ -127,6 +127,37 @@ double DeviceRenderer::bodyAspect() const {
   return size.height > 0 ? size.width / size.height : 1;
 }
 
+DeviceRenderer::Parts DeviceRenderer::parts(const Rect& body) const {
+  Parts parts;
+  if (body.isEmpty()) return parts;
+  if (frame_.overlay) {
+    const DeviceFrame::Overlay& overlay = *frame_.overlay;
+    if (overlay.imageWidth <= 0) return parts;
+    const double k = body.width / overlay.imageWidth;
+    parts.screen = {body.minX() + overlay.screenX * k, body.minY() + overlay.screenY * k, frame_.screenWidth * k,
+                    frame_.screenHeight * k};
+    return parts;
+  }
+  const Geometry g = Geometry::make(frame_, frame_.turn ? swapped(body) : body);
+  const AffineTransform rotation = turnRotation(frame_.turn, body.center());
+  parts.screen = transformedBounds(rotation, g.screen);
+  if (g.frameless()) return parts;
+  // The same rectangles drawCameras fills.
+  const FrameSpec& spec = frame_.spec;
+  std::optional<Rect> camera;
+  if (spec.island) {
+    const double width = spec.island->width * g.px, height = spec.island->height * g.px;
+    camera = Rect{g.screen.midX() - width / 2, g.screen.minY() + spec.island->top * g.px, width, height};
+  } else if (spec.punchHole && spec.punchHole->diameter > 0) {
+    const FrameSpec::PunchHole& hole = *spec.punchHole;
+    const double d = hole.diameter * g.px;
+    const double cx = hole.x ? g.screen.minX() + *hole.x * g.px : g.screen.midX();
+    camera = Rect{cx - d / 2, g.screen.minY() + hole.top * g.px, d, d};
+  }
+  if (camera && !camera->isEmpty()) parts.camera = transformedBounds(rotation, *camera);
+  return parts;
+}
+
 DeviceRenderer::Result DeviceRenderer::draw(cairo_t* cr, const Rect& body, const Image& capture, bool shadow) const {
   Result result;
   if (!cr || cairo_status(cr) != CAIRO_STATUS_SUCCESS || body.isEmpty()) return result;

@@ -36,6 +36,15 @@ class DeviceRenderer {
   /// Width over height of `nativeBodySize`.
   double bodyAspect() const;
 
+  /// Where the screen and its camera (the island or the punch hole) lie when the body fills
+  /// `body`, in the same space, turn applied. Layout measures crops with it and draws nothing.
+  struct Parts {
+    Rect screen;
+    std::optional<Rect> camera;  ///< none for a bare screen, a custom frame or a frame without one
+    bool operator==(const Parts&) const = default;
+  };
+  Parts parts(const Rect& body) const;
+
   /// Paints the device so that it fills `body` (cairo space, y down), with `capture` on its screen
   /// (a placeholder gradient when it is null) and, when `shadow` is set, its own soft shadow.
   Result draw(cairo_t* cr, const Rect& body, const Image& capture, bool shadow) const;

@@ -182,7 +182,12 @@ TEST(DeviceResolution, SymbolOnAndroidDisappearsWithLicenseWarningAndIsDrawnOnIO
   slide.elements[0].symbol = "no.such.symbol";
   ComposedSlide unknown = layOut(package, slide, StoreTarget::iphone69());
   ASSERT_NE(issue(unknown, "symbol.unknown"), nullptr);
-  EXPECT_EQ(issue(unknown, "symbol.unknown")->message, "no.such.symbol isn't an SF Symbol on this Mac.");
+  const std::string& message = issue(unknown, "symbol.unknown")->message;
+  EXPECT_EQ(message.rfind("\"no.such.symbol\" isn't among vorno's symbols, so the icon is left out. Nearest known "
+                          "names: ", 0),
+            0u)
+      << message;
+  EXPECT_NE(message.find("Every name is listed in symbols.tsv"), std::string::npos) << message;
 }
 
 TEST(DeviceResolution, MissingImageElementIsDroppedWithAnError) {

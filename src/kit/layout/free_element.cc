@@ -60,6 +60,18 @@ std::string componentLabel(ComponentSpec::Kind kind) {
   return label;
 }
 
+// Names the symbol set lacks: the nearest names it has, since a wrong name is usually a near miss.
+std::string unknownSymbolMessage(const std::string& symbol) {
+  std::string message = "\"" + symbol + "\" isn't among vorno's symbols, so the icon is left out.";
+  std::vector<std::string> near = Symbols::closest(symbol);
+  if (!near.empty()) {
+    message += " Nearest known names: ";
+    for (size_t i = 0; i < near.size(); ++i) message += (i ? ", " : "") + near[i];
+    message += ".";
+  }
+  return message + " Every name is listed in symbols.tsv beside vorno's design guide.";
+}
+
 }  // namespace
 
 Placement SlideLayoutEngine::defaultPlacement(const SlideElement& element, int slides) {
@@ -199,7 +211,7 @@ std::optional<ElementLayout> SlideLayoutEngine::freeElement(const SlideElement& 
         return std::nullopt;
       }
       if (!Symbols::resolves(symbol)) {
-        sink.warning("symbol.unknown", symbol + " isn't an SF Symbol on this Mac.", e.uid());
+        sink.warning("symbol.unknown", unknownSymbolMessage(symbol), e.uid());
         return std::nullopt;
       }
       const double height = placement.height ? *placement.height * H : width * element.aspect.value_or(1.0);

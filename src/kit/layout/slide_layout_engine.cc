@@ -7,6 +7,8 @@
 // instead, and shrink the stack until it fits the column. Hand-placed texts skip all of this and
 // keep their size. Free elements follow, above the device and texts.
 #include "kit/layout/slide_layout_engine.h"
+#include "kit/layout/device_fit.h"
+#include "kit/layout/placement_checks.h"
 #include "kit/layout/text_checks.h"
 
 #include "kit/devices/device_renderer.h"
@@ -89,6 +91,7 @@ ComposedSlide SlideLayoutEngine::layout(const Project& project, const std::strin
   composed.elements = sorted(std::move(result.elements));
   composed.frameID = result.frameID;
   composed.headlineFontSize = result.headlineFontSize;
+  placementChecks(composed, {&slide}, nullptr);
   return composed;
 }
 
@@ -366,6 +369,7 @@ SlideLayoutEngine::SlideResult SlideLayoutEngine::layoutSlide(const Slide& slide
         }
         y += H * offset;
         body = {x, y, bw, bh};
+        if (!widthFraction && offset == 0 && !turned) body = keepDeviceInView(body, archetype, W, H);
       }
     }
     result.elements.push_back(deviceElement("device", "Device", owner, *device, *slot, body, deviceRotation,
@@ -392,14 +396,9 @@ SlideLayoutEngine::SlideResult SlideLayoutEngine::layoutSlide(const Slide& slide
   }
 
   // 15. Free elements, above device and texts.
-  for (size_t i = 0; i < slide.elements.size(); ++i) {
-    const SlideElement& element = slide.elements[i];
-    auto placed = Placement::effective(element.id, target, slide.overrides);
-    Placement p = placed ? placed->first : defaultPlacement(element);
-    auto laid = freeElement(element, p, placed.has_value(), owner, 2.0 + static_cast<double>(i) * 0.001, ctx, root,
-                            target, locale, W, H, sink);
-    if (laid) result.elements.push_back(std::move(*laid));
-  }
+  const FreeElements free{&slide.elements, &slide.overrides, owner, 2.0, 1};
+  for (auto& e : layFreeElements(free, result.elements, ctx, root, target, locale, [&](double) -> IssueSink& { return sink; }))
+    result.elements.push_back(std::move(e));
 
   // 16, 17. Fonts, then marks and contrast of every text.
   fontIssues(result.elements, root, sink);

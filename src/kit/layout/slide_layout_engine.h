@@ -21,6 +21,8 @@
 #include "kit/model/store_target.h"
 #include "kit/util/geometry.h"
 
+#include <functional>
+#include <map>
 #include <optional>
 #include <string>
 #include <utility>
@@ -85,6 +87,22 @@ class SlideLayoutEngine {
                                            const ElementOwner& owner, double defaultZ, const StyleContext& context,
                                            const std::string& root, const StoreTarget& target,
                                            const std::string& locale, double W, double H, IssueSink& sink) const;
+
+  /// The free elements of a slide or a spread, and where their placements come from.
+  struct FreeElements {
+    const std::vector<SlideElement>* list = nullptr;
+    const std::map<std::string, SlideOverride>* overrides = nullptr;
+    ElementOwner owner;
+    double zBase = 2.0;  ///< the default z of the first; each next one 0.001 higher
+    int slides = 1;      ///< canvases they stand on: a spread's member count
+  };
+  /// Lays free elements above `placed`, in their order: each by its own or a borrowed placement
+  /// (free_elements.cc), or else in free space (FreeSpace) after the placed ones. Issues go to the
+  /// sink `sinkAt` gives for the element's centre x, in slide units.
+  std::vector<ElementLayout> layFreeElements(const FreeElements& run, const std::vector<ElementLayout>& placed,
+                                             const StyleContext& context, const std::string& root,
+                                             const StoreTarget& target, const std::string& locale,
+                                             const std::function<IssueSink&(double)>& sinkAt) const;
 
   /// Where a free element stands when no target has a placement for it: centred, at a width
   /// that suits its kind. `slides` is the number of slides it spans (a spread's members).

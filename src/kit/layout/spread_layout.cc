@@ -1,6 +1,7 @@
 // A spread lays its members side by side as one board of count x W by H pixels; its own
 // elements are placed in slide units (x 1.0 is the first seam) and drawn below the members'.
 // The renderer later cuts the board into one slice per member.
+#include "kit/layout/placement_checks.h"
 #include "kit/layout/slide_layout_engine.h"
 
 #include <algorithm>
@@ -58,16 +59,15 @@ ComposedSlide SlideLayoutEngine::layoutSpread(const Spread& spread, const std::v
   ctx.root = root;
   ctx.language = locale;
   const ElementOwner owner = ElementOwner::spread(spread.id);
-  for (size_t i = 0; i < spread.elements.size(); ++i) {
-    const SlideElement& element = spread.elements[i];
-    auto placed = Placement::effective(element.id, target, spread.overrides);
-    Placement p = placed ? placed->first : defaultPlacement(element, count);
-    IssueSink sink(members[static_cast<size_t>(memberAt(p.x, count))]->id, target.id, locale);
-    auto laid = freeElement(element, p, placed.has_value(), owner, -1.0 + static_cast<double>(i) * 0.001, ctx, root,
-                            target, locale, W, H, sink);
-    if (laid) elements.push_back(std::move(*laid));
+  // Each spread element reports under the member beneath its centre.
+  std::vector<IssueSink> sinks;
+  for (const Slide* member : members) sinks.emplace_back(member->id, target.id, locale);
+  const FreeElements free{&spread.elements, &spread.overrides, owner, -1.0, count};
+  for (auto& e : layFreeElements(free, elements, ctx, root, target, locale,
+                                 [&](double x) -> IssueSink& { return sinks[static_cast<size_t>(memberAt(x, count))]; }))
+    elements.push_back(std::move(e));
+  for (auto& sink : sinks)
     for (auto& issue : sink.take()) composed.issues.push_back(std::move(issue));
-  }
 
   IssueSink focusSink(focus.id, target.id, locale);
   fontIssues(elements, root, focusSink);
@@ -92,6 +92,7 @@ ComposedSlide SlideLayoutEngine::layoutSpread(const Spread& spread, const std::v
 
   composed.spanningBackground = fill;
   composed.elements = sorted(std::move(elements));
+  placementChecks(composed, members, &spread);
   return composed;
 }
 

@@ -2,9 +2,11 @@
 
 #include "kit/util/program_location.h"
 
+#include <algorithm>
 #include <cstdlib>
 #include <filesystem>
 #include <fstream>
+#include <tuple>
 
 namespace vorno {
 
@@ -57,6 +59,38 @@ std::optional<std::string> SymbolTable::svgPath(std::string_view name) const {
   return it->second;
 }
 
+namespace {
+
+size_t editDistance(std::string_view a, std::string_view b) {
+  std::vector<size_t> row(b.size() + 1);
+  for (size_t j = 0; j <= b.size(); ++j) row[j] = j;
+  for (size_t i = 1; i <= a.size(); ++i) {
+    size_t diagonal = row[0];
+    row[0] = i;
+    for (size_t j = 1; j <= b.size(); ++j) {
+      const size_t above = row[j];
+      row[j] = std::min({row[j] + 1, row[j - 1] + 1, diagonal + (a[i - 1] == b[j - 1] ? 0 : 1)});
+      diagonal = above;
+    }
+  }
+  return row[b.size()];
+}
+
+std::string_view firstWord(std::string_view name) { return name.substr(0, name.find('.')); }
+
+}  // namespace
+
+std::vector<std::string> SymbolTable::closest(std::string_view name, size_t count) const {
+  std::vector<std::tuple<bool, size_t, std::string>> ranked;
+  for (const auto& [candidate, path] : paths_)
+    ranked.emplace_back(firstWord(candidate) != firstWord(name), editDistance(name, candidate), candidate);
+  const size_t kept = std::min(count, ranked.size());
+  std::partial_sort(ranked.begin(), ranked.begin() + static_cast<std::ptrdiff_t>(kept), ranked.end());
+  std::vector<std::string> names;
+  for (size_t i = 0; i < kept; ++i) names.push_back(std::get<2>(ranked[i]));
+  return names;
+}
+
 namespace Symbols {
 
 std::vector<std::string> resourceFolders() {
@@ -89,6 +123,8 @@ const SymbolTable& shared() {
 }
 
 bool resolves(std::string_view name) { return shared().resolves(name); }
+
+std::vector<std::string> closest(std::string_view name, size_t count) { return shared().closest(name, count); }
 
 std::optional<std::string> svgPath(std::string_view name) { return shared().svgPath(name); }
 

@@ -28,6 +28,9 @@ class SymbolTable {
 
   bool resolves(std::string_view name) const { return svgPath(name).has_value(); }
   std::optional<std::string> svgPath(std::string_view name) const;
+  /// Up to `count` names that resolve and look most like `name`: those that share its first
+  /// word come first, then by edit distance, then by name. What a typo most likely meant.
+  std::vector<std::string> closest(std::string_view name, size_t count) const;
   /// Every entry of the table file, name to icon stem, whether its icon was found or not.
   const std::map<std::string, std::string, std::less<>>& stems() const { return stems_; }
 
@@ -40,6 +43,8 @@ namespace Symbols {
 
 /// Whether the name maps to an icon that this machine has.
 bool resolves(std::string_view name);
+/// `SymbolTable::closest` on the shared table.
+std::vector<std::string> closest(std::string_view name, size_t count = 3);
 /// The icon's SVG file; nothing for a name that doesn't resolve.
 std::optional<std::string> svgPath(std::string_view name);
 /// The process-wide table, loaded on first use from the first resource folder that holds

@@ -68,6 +68,16 @@ TEST(Symbols, UnknownNameDoesNotResolve) {
   EXPECT_TRUE(Symbols::resolves("bell.fill"));
 }
 
+TEST(Symbols, NearMissSuggestsTheNamesItMostLikelyMeant) {
+  std::vector<std::string> near = Symbols::closest("checkmark.circle.fil", 3);
+  ASSERT_EQ(near.size(), 3u);
+  EXPECT_EQ(near[0], "checkmark.circle.fill");
+  for (const auto& name : near) {
+    EXPECT_TRUE(Symbols::resolves(name)) << name;
+    EXPECT_EQ(name.rfind("checkmark", 0), 0u) << name;
+  }
+}
+
 TEST(Symbols, NamesAgentsUseMostAreInTheTable) {
   for (const char* name : {"checkmark.circle.fill", "bell.fill", "star.fill", "heart", "bolt.fill", "sparkles",
                            "flame.fill", "calendar", "clock", "lock.fill", "person.fill", "gear", "house.fill",

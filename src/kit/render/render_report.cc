@@ -13,6 +13,18 @@ Json NormalizedRect::toJSON() const {
   return json;
 }
 
+Json ReportedElement::toJSON() const {
+  Json json = Json::object();
+  json["id"] = id;
+  json["kind"] = kind;
+  json["x"] = x;
+  json["y"] = y;
+  json["width"] = width;
+  json["height"] = height;
+  if (rotation != 0) json["rotation"] = rotation;
+  return json;
+}
+
 Json RenderReport::toJSON() const {
   Json json = Json::object();
   json["slide"] = slide;
@@ -24,6 +36,9 @@ Json RenderReport::toJSON() const {
   if (headlineFontSize) json["headlineFontSize"] = *headlineFontSize;
   if (deviceRect) json["deviceRect"] = deviceRect->toJSON();
   if (textRect) json["textRect"] = textRect->toJSON();
+  Json placed = Json::array();
+  for (const auto& element : elements) placed.push_back(element.toJSON());
+  json["elements"] = std::move(placed);
   Json list = Json::array();
   for (const auto& issue : issues) list.push_back(issue.toJSON());
   json["issues"] = std::move(list);

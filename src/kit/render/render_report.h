@@ -24,6 +24,20 @@ struct NormalizedRect {
   Json toJSON() const;
 };
 
+/// One element of the picture, so that an agent can reason about space without reading pixels:
+/// its id, its kind ("text", "device", "image", "symbol", "shape", "component") and its frame in
+/// canvas pixels of the slide shown, before rotation, rounded.
+struct ReportedElement {
+  std::string id;
+  std::string kind;
+  int x = 0, y = 0, width = 0, height = 0;
+  double rotation = 0;  ///< degrees; written only when not 0
+
+  bool operator==(const ReportedElement&) const = default;
+  /// Keys `id`, `kind`, `x`, `y`, `width`, `height`, and `rotation` when set.
+  Json toJSON() const;
+};
+
 struct RenderReport {
   std::string slide;
   std::string target;
@@ -34,10 +48,11 @@ struct RenderReport {
   std::optional<double> headlineFontSize;  ///< canvas pixels
   std::optional<NormalizedRect> deviceRect;  ///< the element "device"
   std::optional<NormalizedRect> textRect;    ///< the element "headline", its frame
+  std::vector<ReportedElement> elements;  ///< in stacking order, those the picture shows
   std::vector<Issue> issues;
 
   bool operator==(const RenderReport&) const = default;
-  /// Keys the field names; absent optionals are left out, `issues` is always there. The JSON
+  /// Keys the field names; absent optionals are left out, `elements` and `issues` are always there. The JSON
   /// writers sort keys, as everywhere on the wire.
   Json toJSON() const;
 };

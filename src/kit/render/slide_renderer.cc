@@ -187,6 +187,19 @@ void enterSlice(cairo_t* cr, double scale, int slice, double W) {
   cairo_translate(cr, -slice * W, 0);
 }
 
+// The kind's word in a report.
+std::string kindName(ElementLayout::Kind kind) {
+  switch (kind) {
+    case ElementLayout::Kind::text: return "text";
+    case ElementLayout::Kind::device: return "device";
+    case ElementLayout::Kind::image: return "image";
+    case ElementLayout::Kind::symbol: return "symbol";
+    case ElementLayout::Kind::shape: return "shape";
+    case ElementLayout::Kind::component: return "component";
+  }
+  return "element";
+}
+
 }  // namespace
 
 bool SlideRenderer::reachesSlice(const ElementLayout& element, int slice, const StoreTarget& target) {
@@ -289,6 +302,13 @@ RenderReport SlideRenderer::report(const ComposedSlide& composed, const Image& i
   report.headlineFontSize = composed.headlineFontSize;
   report.deviceRect = normalized("device");
   report.textRect = normalized("headline");
+  for (const auto& element : composed.elements) {
+    if (!reachesSlice(element, slice, composed.target)) continue;
+    const Rect frame = element.frame.offsetBy(-slice * W, 0);
+    report.elements.push_back({element.id, kindName(element.kind), static_cast<int>(std::lround(frame.x)),
+                               static_cast<int>(std::lround(frame.y)), static_cast<int>(std::lround(frame.width)),
+                               static_cast<int>(std::lround(frame.height)), element.rotation});
+  }
   report.issues = composed.issues;
   return report;
 }

@@ -8,6 +8,7 @@
 #include <vector>
 
 #include "kit/export/exporter.h"
+#include "kit/layout/layout_findings.h"
 #include "kit/lint/linter.h"
 #include "kit/lint/schema_check.h"
 #include "kit/model/enum_names.h"
@@ -28,7 +29,8 @@ class LintTool final : public Tool {
   std::string name() const override { return "lint"; }
   std::string description() const override {
     return "Check the project against App Store and Google Play rules: counts, aspect limits, policy words, missing "
-           "translations.";
+           "translations; and lay out every slide on every target and locale, reporting what its render would "
+           "(text that doesn't fit, elements covering the words or each other, devices cut by the canvas).";
   }
   mcp::Value inputSchema() const override { return Schema::object({{"project", Schema::project()}}, {"project"}); }
   ToolAnnotations annotations() const override { return ToolAnnotations::readOnly(); }
@@ -39,7 +41,11 @@ class LintTool final : public Tool {
     const Project project = store.load();
     // Fields the readers ignored come first: fixing them may change everything below.
     std::vector<Issue> issues = schemaIssues(SchemaCheck::projectFile(store.project()), std::nullopt);
-    for (Issue& issue : Linter::lint(project)) issues.push_back(std::move(issue));
+    const std::vector<Issue> rules = Linter::lint(project);
+    issues.insert(issues.end(), rules.begin(), rules.end());
+    // Then what the renders of every slide, target and locale would report.
+    for (Issue& issue : layoutFindings(project, store.root().string(), rules, context.renderer.engine()))
+      issues.push_back(std::move(issue));
     const std::string text = issues.empty() ? "No issues." : std::to_string(issues.size()) + " issue(s).";
     return {Content::plain(text), Content::json(issuesJSON(issues))};
   }

@@ -163,6 +163,37 @@ TEST(RenderSlideTool, ShowsTheDeviceWithItsCaptureAndReportsTheFrame) {
   for (const auto& issue : report["issues"]) EXPECT_NE(issue["code"].get<std::string>().rfind("capture.", 0), 0u);
 }
 
+TEST(RenderSlideTool, ReportNamesWhereEachElementIsAndWhatCoversTheWords) {
+  ToolHarness harness;
+  std::string package = harness.package("App.vorno", {"intro"});
+  testing::editProject(package, [](Project& project) {
+    SlideElement days;
+    days.id = "days";
+    days.kind = SlideElement::Kind::component;
+    days.component = ComponentSpec{};
+    days.component->type = ComponentSpec::Kind::stat;
+    days.component->title = LocalizedText{{{"en-US", "21 days"}}};
+    project.slides[0].elements = {days};
+    project.slides[0].overrides["ios.iphone-6.9"].placements =
+        std::map<std::string, Placement>{{"days", {0.5, 0.1, 0.7, std::nullopt, std::nullopt, std::nullopt}}};
+  });
+  ToolResult result = harness.call("render_slide", args(package, R"(,"slide":"intro")"));
+  ASSERT_FALSE(result.isError) << result.text(0);
+  nlohmann::json report = result.json(1)["report"];
+  ASSERT_TRUE(report["elements"].is_array());
+  nlohmann::json days;
+  for (const auto& e : report["elements"])
+    if (e["id"] == "days") days = e;
+  ASSERT_FALSE(days.is_null()) << report.dump();
+  EXPECT_EQ(days["kind"], "component");
+  EXPECT_EQ(days["width"], 924);  // 0.7 of 1320
+  EXPECT_NEAR(days["x"].get<int>() + 462, 660, 1);
+  bool reported = false;
+  for (const auto& issue : report["issues"])
+    reported |= issue["code"] == "layout.overlap" && issue["element"] == "slide:intro/days";
+  EXPECT_TRUE(reported) << report["issues"].dump();
+}
+
 TEST(RenderSlideTool, IsReadOnlyAndDescribesItselfInItsOwnWords) {
   auto tools = renderTools();
   ASSERT_EQ(tools.size(), 4u);
