@@ -2,10 +2,75 @@
 
 #include <pango/pango.h>
 
+#include <array>
+#include <optional>
+#include <string>
+
 namespace vorno::BalancedBreaks {
 namespace {
 
 constexpr int kSearchSteps = 6;
+
+/// The widths chosen for the last few texts this thread re-broke. One slide lays the same text
+/// at the same width several times (fitting aside: its ink, its checks, its drawing), and each
+/// search costs up to eight layouts; a remembered answer costs one.
+class RecentWidths {
+ public:
+  RecentWidths() = default;
+  RecentWidths(const RecentWidths&) = delete;
+  RecentWidths& operator=(const RecentWidths&) = delete;
+  ~RecentWidths() {
+    for (Entry& e : entries_) forget(e);
+  }
+
+  /// The width chosen before for this text, attributes, wrap width and font context.
+  std::optional<int> find(PangoLayout* layout, int full) const {
+    PangoContext* context = pango_layout_get_context(layout);
+    const char* text = pango_layout_get_text(layout);
+    PangoAttrList* attrs = pango_layout_get_attributes(layout);
+    for (const Entry& e : entries_) {
+      if (e.attrs && e.full == full && e.context == context && e.serial == pango_context_get_serial(context) &&
+          e.text == text && attrs && pango_attr_list_equal(e.attrs, attrs)) {
+        return e.chosen;
+      }
+    }
+    return std::nullopt;
+  }
+
+  void remember(PangoLayout* layout, int full, int chosen) {
+    PangoAttrList* attrs = pango_layout_get_attributes(layout);
+    if (!attrs) return;
+    Entry& e = entries_[next_];
+    next_ = (next_ + 1) % entries_.size();
+    forget(e);
+    e.text = pango_layout_get_text(layout);
+    e.attrs = pango_attr_list_ref(attrs);
+    e.context = pango_layout_get_context(layout);
+    e.serial = pango_context_get_serial(e.context);
+    e.full = full;
+    e.chosen = chosen;
+  }
+
+ private:
+  struct Entry {
+    std::string text;
+    PangoAttrList* attrs = nullptr;  // owned
+    PangoContext* context = nullptr;  // compared only; a new context gets a new serial
+    guint serial = 0;
+    int full = 0;
+    int chosen = 0;
+  };
+
+  static void forget(Entry& e) {
+    if (e.attrs) pango_attr_list_unref(e.attrs);
+    e.attrs = nullptr;
+  }
+
+  std::array<Entry, 8> entries_;
+  size_t next_ = 0;
+};
+
+thread_local RecentWidths recentWidths;
 
 bool isBlank(gunichar c) { return g_unichar_isspace(c) || c == '\n' || c == '\r'; }
 
@@ -50,10 +115,16 @@ int shortLastLines(PangoLayout* layout) {
   return count;
 }
 
-int rebreak(PangoLayout* layout) {
-  const int full = pango_layout_get_width(layout);
-  const int before = shortLastLines(layout);
-  if (full <= 0 || before == 0) return 0;
+namespace {
+
+struct Search {
+  int width = 0;    ///< the wrap width chosen; the full width when nothing better was found
+  int layouts = 0;  ///< layouts it took
+};
+
+/// The narrowest width that keeps the line count, halving from half the width to all of it, when
+/// it leaves fewer short last lines than `before`; the layout is left laid at that width.
+Search search(PangoLayout* layout, int full, int before) {
   const int lines = pango_layout_get_line_count(layout);
   int extra = 0;
   // `fits` keeps the line count; `tooNarrow` may not.
@@ -76,8 +147,25 @@ int rebreak(PangoLayout* layout) {
     // Even lines did not help (a paragraph of two long words, say): the greedy breaks stay.
     ++extra;
     lineCount(layout, full);
+    fits = full;
   }
-  return extra;
+  return {fits, extra};
+}
+
+}  // namespace
+
+int rebreak(PangoLayout* layout) {
+  const int full = pango_layout_get_width(layout);
+  const int before = shortLastLines(layout);
+  if (full <= 0 || before == 0) return 0;
+  if (std::optional<int> known = recentWidths.find(layout, full)) {
+    if (*known == full) return 0;
+    lineCount(layout, *known);
+    return 1;
+  }
+  const Search chosen = search(layout, full, before);
+  recentWidths.remember(layout, full, chosen.width);
+  return chosen.layouts;
 }
 
 }  // namespace vorno::BalancedBreaks

@@ -7,7 +7,8 @@
 // that still gives the same number of lines; at that width the lines come out even and the last
 // one takes its share. The search halves an interval from half the width to the full width six
 // times (a 128th of the width), so a re-break costs at most eight more layouts and only texts
-// that end short pay it. The line count, and with it the height and the fitted size, never
+// that end short pay it; each thread remembers its last few answers, so the same text laid again
+// at the same width (for its ink, its checks, its drawing) costs one. The line count, and with it the height and the fitted size, never
 // change; the lines are still aligned within the full box.
 #pragma once
 
@@ -20,7 +21,7 @@ int shortLastLines(PangoLayout* layout);
 
 /// Re-breaks `layout`, whose width is set and which wraps, so that fewer paragraphs end short,
 /// keeping its line count; leaves it as it was when that can't be done. Returns the number of
-/// extra layouts it took (at most 8).
+/// extra layouts it took (at most 8; 1 for a text this thread re-broke lately).
 int rebreak(PangoLayout* layout);
 
 }  // namespace vorno::BalancedBreaks

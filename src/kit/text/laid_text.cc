@@ -13,6 +13,8 @@
 
 #include <algorithm>
 #include <cmath>
+#include <map>
+#include <tuple>
 
 namespace vorno {
 namespace {
@@ -204,25 +206,55 @@ void LaidText::measureLines(TextAlign alignment, std::optional<double> boxWidth)
   height_ = top;
 }
 
-std::optional<double> LaidText::ownDescent(const TextLayout::TextRun& run) const {
+namespace {
+
+/// Descent over size of the faces this thread asked for, by family, weight and slope: one font
+/// load per face instead of one per laid text. Outlines are unhinted, so the ratio holds at
+/// every size. Forgotten when the thread's context changes (a package registered fonts).
+struct DescentRatios {
+  PangoContext* context = nullptr;
+  guint serial = 0;
+  std::map<std::tuple<std::string, FontWeight, bool>, std::optional<double>> ratios;
+};
+
+thread_local DescentRatios descentRatios;
+
+std::optional<double> descentRatio(PangoContext* context, const TextLayout::TextRun& run) {
   PangoFontDescription* desc = description(run, "");
-  PangoFont* font = pango_context_load_font(pango_layout_get_context(layout_), desc);
+  PangoFont* font = pango_context_load_font(context, desc);
   pango_font_description_free(desc);
   if (!font) return std::nullopt;
   // Read in design units, as capHeightAt does, whatever scale Pango chose for its own font.
   hb_face_t* face = hb_font_get_face(pango_font_get_hb_font(font));
   unsigned upem = hb_face_get_upem(face);
-  std::optional<double> descent;
+  std::optional<double> ratio;
   if (upem > 0) {
     hb_font_t* units = hb_font_create(face);
     hb_font_set_scale(units, static_cast<int>(upem), static_cast<int>(upem));
     hb_font_extents_t extents{};
-    if (hb_font_get_h_extents(units, &extents)) descent = run.fontSize * -extents.descender / upem;
-    if (descent && !std::isfinite(*descent)) descent.reset();
+    if (hb_font_get_h_extents(units, &extents)) ratio = -static_cast<double>(extents.descender) / upem;
     hb_font_destroy(units);
   }
   g_object_unref(font);
-  return descent;
+  return ratio;
+}
+
+}  // namespace
+
+std::optional<double> LaidText::ownDescent(const TextLayout::TextRun& run) const {
+  PangoContext* context = pango_layout_get_context(layout_);
+  DescentRatios& cache = descentRatios;
+  if (cache.context != context || cache.serial != pango_context_get_serial(context)) {
+    cache.ratios.clear();
+    cache.context = context;
+    cache.serial = pango_context_get_serial(context);
+  }
+  auto key = std::make_tuple(run.family.value_or(""), run.weight, run.italic);
+  auto it = cache.ratios.find(key);
+  if (it == cache.ratios.end()) it = cache.ratios.emplace(key, descentRatio(context, run)).first;
+  if (!it->second) return std::nullopt;
+  double descent = run.fontSize * *it->second;
+  return std::isfinite(descent) ? std::optional<double>(descent) : std::nullopt;
 }
 
 LaidText::~LaidText() {
