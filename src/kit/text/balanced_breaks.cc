@@ -158,14 +158,19 @@ int rebreak(PangoLayout* layout) {
   const int full = pango_layout_get_width(layout);
   const int before = shortLastLines(layout);
   if (full <= 0 || before == 0) return 0;
+  int extra = 0;
   if (std::optional<int> known = recentWidths.find(layout, full)) {
     if (*known == full) return 0;
-    lineCount(layout, *known);
-    return 1;
+    // A context at a freed one's address could pass for it: an answer that no longer keeps the
+    // line count is searched again.
+    const int lines = pango_layout_get_line_count(layout);
+    if (lineCount(layout, *known) == lines) return 1;
+    lineCount(layout, full);
+    extra = 2;
   }
   const Search chosen = search(layout, full, before);
   recentWidths.remember(layout, full, chosen.width);
-  return chosen.layouts;
+  return extra + chosen.layouts;
 }
 
 }  // namespace vorno::BalancedBreaks

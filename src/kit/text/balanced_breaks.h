@@ -21,7 +21,8 @@ int shortLastLines(PangoLayout* layout);
 
 /// Re-breaks `layout`, whose width is set and which wraps, so that fewer paragraphs end short,
 /// keeping its line count; leaves it as it was when that can't be done. Returns the number of
-/// extra layouts it took (at most 8; 1 for a text this thread re-broke lately).
+/// extra layouts it took: at most 8, and 1 for a text this thread re-broke lately (2 more when
+/// that answer has gone stale).
 int rebreak(PangoLayout* layout);
 
 }  // namespace vorno::BalancedBreaks

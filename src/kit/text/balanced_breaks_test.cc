@@ -176,5 +176,20 @@ TEST(BalancedBreaks, BalancedLinesStayCentredInTheBox) {
   }
 }
 
+TEST(BalancedBreaks, SameTextLaidAgainAtTheSameWidthTakesOneLayout) {
+  Style s = style(96);
+  const std::string text = "Send every quote from the van today";
+  const double box = oneLineWidth("Send every quote from the van", s) + 2;
+  const TextLayout::AttributedText string = TextLayout::attributed(text, s);
+  LaidText first(string, box);
+  LaidText again(string, box);
+  ASSERT_EQ(first.lines().size(), 2u);
+  EXPECT_GT(first.extraLayouts(), 1);
+  EXPECT_EQ(again.extraLayouts(), 1);
+  EXPECT_EQ(lineText(again, 0), lineText(first, 0));
+  EXPECT_EQ(lineText(again, 1), lineText(first, 1));
+  EXPECT_GE(words(lineText(again, 1)), 2);
+}
+
 }  // namespace
 }  // namespace vorno
