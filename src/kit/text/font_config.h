@@ -6,6 +6,9 @@
 // registration builds a fresh configuration, adds every registered file to it, and publishes it
 // with a new generation number; readers hold a reference to the snapshot they started with, and
 // the per-thread Pango font maps (text_context.cc) move to the new one at their next call.
+//
+// Every snapshot carries our own fallback rules over the system's: the scripts the system font
+// lacks take their Noto faces before the generic sans-serif's (font_config.cc says why).
 #pragma once
 
 #include <cstdint>

@@ -1,7 +1,9 @@
 #include "kit/text/laid_text.h"
 
 #include "kit/text/attributed_text.h"
+#include "kit/text/balanced_breaks.h"
 #include "kit/text/font_resolver.h"
+#include "kit/text/joining_scripts.h"
 #include "kit/text/text_context.h"
 
 #include <cairo.h>
@@ -11,6 +13,8 @@
 
 #include <algorithm>
 #include <cmath>
+#include <map>
+#include <tuple>
 
 namespace vorno {
 namespace {
@@ -61,20 +65,19 @@ bool isBlank(gunichar c) { return g_unichar_isspace(c) || c == '\n' || c == '\r'
 
 }  // namespace
 
-LaidText::LaidText(const TextLayout::AttributedText& text, double width) : runs_(text.runs) {
-  for (const auto& run : runs_) {
-    runStarts_.push_back(static_cast<int>(string_.size()));
-    string_ += run.text;
-  }
-  layout_ = pango_layout_new(TextContext::current());
-  pango_layout_set_text(layout_, string_.data(), static_cast<int>(string_.size()));
+namespace {
 
-  std::string language = TextInternal::faceLanguage(text.language);
+/// The attributes of every run: face, colour, and letter spacing outside joining scripts.
+void applyAttributes(PangoLayout* layout, const std::vector<TextLayout::TextRun>& runs,
+                     const std::vector<int>& runStarts, const std::string& locale) {
+  std::string language = TextInternal::faceLanguage(locale);
   std::string han = FontResolver::hanFamily(language);
   PangoAttrList* attrs = pango_attr_list_new();
-  for (size_t i = 0; i < runs_.size(); ++i) {
-    const auto& run = runs_[i];
-    int start = runStarts_[i], end = start + static_cast<int>(run.text.size());
+  int length = 0;
+  for (size_t i = 0; i < runs.size(); ++i) {
+    const auto& run = runs[i];
+    int start = runStarts[i], end = start + static_cast<int>(run.text.size());
+    length = std::max(length, end);
     if (start == end) continue;
     PangoFontDescription* desc = description(run, han);
     insert(attrs, pango_attr_font_desc_new(desc), start, end);
@@ -83,36 +86,61 @@ LaidText::LaidText(const TextLayout::AttributedText& text, double width) : runs_
     // Pango reads an alpha of 0 as "not set" and draws opaque: the nearest thing to nothing is 1.
     insert(attrs, pango_attr_foreground_alpha_new(std::max<guint16>(channel(run.color.a), 1)), start, end);
     if (run.kern != 0 && std::isfinite(run.kern)) {
-      insert(attrs, pango_attr_letter_spacing_new(pangoUnits(std::clamp(run.kern, -kMaxFontSize, kMaxFontSize))), start, end);
+      int spacing = pangoUnits(std::clamp(run.kern, -kMaxFontSize, kMaxFontSize));
+      for (auto [from, to] : JoiningScripts::spacedRanges(run.text)) {
+        insert(attrs, pango_attr_letter_spacing_new(spacing), start + from, start + to);
+      }
     }
   }
-  if (!text.language.empty() && !string_.empty()) {
-    insert(attrs, pango_attr_language_new(pango_language_from_string(language.c_str())), 0,
-           static_cast<int>(string_.size()));
+  if (!locale.empty() && length > 0) {
+    insert(attrs, pango_attr_language_new(pango_language_from_string(language.c_str())), 0, length);
   }
-  pango_layout_set_attributes(layout_, attrs);
+  pango_layout_set_attributes(layout, attrs);
   pango_attr_list_unref(attrs);
+}
+
+/// Wraps `layout` at `width`: words wrap, and a word longer than the line breaks between
+/// characters, as the platform's word wrapping does. Fitting never accepts a size where that
+/// happens.
+void setWrapWidth(PangoLayout* layout, const std::vector<TextLayout::TextRun>& runs, double width) {
+  // Pango counts a letter space after a line's last letter when it decides where to break,
+  // then trims it from the line it measures. Giving it that space back makes the two agree: a
+  // line (or a word) that measures at most `width` is laid on one line at `width`.
+  double trailingSpace = -kMaxFontSize;
+  for (const auto& run : runs)
+    if (std::isfinite(run.kern)) trailingSpace = std::max(trailingSpace, std::clamp(run.kern, -kMaxFontSize, kMaxFontSize));
+  if (runs.empty()) trailingSpace = 0;
+  double pangoWidth = width + trailingSpace;
+  if (!(pangoWidth > 0)) pangoWidth = width;
+  pango_layout_set_width(layout, pangoUnits(std::min(pangoWidth, kMaxWidth)));
+  pango_layout_set_wrap(layout, PANGO_WRAP_WORD_CHAR);
+}
+
+}  // namespace
+
+LaidText::LaidText(const TextLayout::AttributedText& text, double width, Breaking breaking) : runs_(text.runs) {
+  for (const auto& run : runs_) {
+    runStarts_.push_back(static_cast<int>(string_.size()));
+    string_ += run.text;
+  }
+  layout_ = pango_layout_new(TextContext::current());
+  pango_layout_set_text(layout_, string_.data(), static_cast<int>(string_.size()));
+  applyAttributes(layout_, runs_, runStarts_, text.language);
 
   bool wraps = std::isfinite(width) && width > 0;
   if (wraps) {
-    // Pango counts a letter space after a line's last letter when it decides where to break,
-    // then trims it from the line it measures. Giving it that space back makes the two agree: a
-    // line (or a word) that measures at most `width` is laid on one line at `width`.
-    double trailingSpace = -kMaxFontSize;
-    for (const auto& run : runs_)
-      if (std::isfinite(run.kern)) trailingSpace = std::max(trailingSpace, std::clamp(run.kern, -kMaxFontSize, kMaxFontSize));
-    if (runs_.empty()) trailingSpace = 0;
-    double pangoWidth = width + trailingSpace;
-    if (!(pangoWidth > 0)) pangoWidth = width;
-    pango_layout_set_width(layout_, pangoUnits(std::min(pangoWidth, kMaxWidth)));
-    // Words wrap; a word longer than the line breaks between characters, as the platform's word
-    // wrapping does. Fitting never accepts a size where that happens.
-    pango_layout_set_wrap(layout_, PANGO_WRAP_WORD_CHAR);
+    setWrapWidth(layout_, runs_, width);
+    if (breaking == Breaking::balanced) extraLayouts_ = BalancedBreaks::rebreak(layout_);
   }
   if (string_.empty()) return;
+  measureLines(text.alignment, wraps ? std::optional<double>(width) : std::nullopt);
+}
 
+void LaidText::measureLines(TextAlign alignment, std::optional<double> boxWidth) {
   int count = pango_layout_get_line_count(layout_);
   double top = 0;
+  const TextLayout::TextRun* faceRun = nullptr;
+  std::optional<double> faceDescent;
   for (int index = 0; index < count; ++index) {
     PangoLayoutLine* pl = pango_layout_get_line_readonly(layout_, index);
     LaidLine line;
@@ -129,6 +157,15 @@ LaidText::LaidText(const TextLayout::AttributedText& text, double width) : runs_
     line.ink = {pixels(ink.x), pixels(ink.y), pixels(ink.width), pixels(ink.height)};
     const TextLayout::TextRun* run = runAt(line.start);
     line.height = run ? run->lineHeight : line.ascent + line.descent;
+    if (run) {
+      // Lines of one paragraph share a face: ask Pango for it once.
+      if (!faceRun || faceRun->fontSize != run->fontSize || faceRun->family != run->family ||
+          faceRun->weight != run->weight || faceRun->italic != run->italic) {
+        faceRun = run;
+        faceDescent = ownDescent(*run);
+      }
+      line.descent = faceDescent.value_or(line.descent);
+    }
     if (!std::isfinite(line.height) || line.height < 0) line.height = 0;
     line.top = top;
     top += line.height;
@@ -153,12 +190,13 @@ LaidText::LaidText(const TextLayout::AttributedText& text, double width) : runs_
     line.contentMinX = minX;
     line.trailingWhitespace = std::max(0.0, line.width - (maxX - minX));
 
+    // Lines align within the box, also when balanced breaking wrapped them narrower.
     double content = maxX - minX, left = 0;
-    if (wraps) {
-      switch (text.alignment) {
+    if (boxWidth) {
+      switch (alignment) {
         case TextAlign::left: left = 0; break;
-        case TextAlign::center: left = (width - content) / 2; break;
-        case TextAlign::right: left = width - content; break;
+        case TextAlign::center: left = (*boxWidth - content) / 2; break;
+        case TextAlign::right: left = *boxWidth - content; break;
       }
     }
     line.origin = {left - minX, line.top + line.height - line.descent};
@@ -166,6 +204,57 @@ LaidText::LaidText(const TextLayout::AttributedText& text, double width) : runs_
     pangoIndex_.push_back(index);
   }
   height_ = top;
+}
+
+namespace {
+
+/// Descent over size of the faces this thread asked for, by family, weight and slope: one font
+/// load per face instead of one per laid text. Outlines are unhinted, so the ratio holds at
+/// every size. Forgotten when the thread's context changes (a package registered fonts).
+struct DescentRatios {
+  PangoContext* context = nullptr;
+  guint serial = 0;
+  std::map<std::tuple<std::string, FontWeight, bool>, std::optional<double>> ratios;
+};
+
+thread_local DescentRatios descentRatios;
+
+std::optional<double> descentRatio(PangoContext* context, const TextLayout::TextRun& run) {
+  PangoFontDescription* desc = description(run, "");
+  PangoFont* font = pango_context_load_font(context, desc);
+  pango_font_description_free(desc);
+  if (!font) return std::nullopt;
+  // Read in design units, as capHeightAt does, whatever scale Pango chose for its own font.
+  hb_face_t* face = hb_font_get_face(pango_font_get_hb_font(font));
+  unsigned upem = hb_face_get_upem(face);
+  std::optional<double> ratio;
+  if (upem > 0) {
+    hb_font_t* units = hb_font_create(face);
+    hb_font_set_scale(units, static_cast<int>(upem), static_cast<int>(upem));
+    hb_font_extents_t extents{};
+    if (hb_font_get_h_extents(units, &extents)) ratio = -static_cast<double>(extents.descender) / upem;
+    hb_font_destroy(units);
+  }
+  g_object_unref(font);
+  return ratio;
+}
+
+}  // namespace
+
+std::optional<double> LaidText::ownDescent(const TextLayout::TextRun& run) const {
+  PangoContext* context = pango_layout_get_context(layout_);
+  DescentRatios& cache = descentRatios;
+  if (cache.context != context || cache.serial != pango_context_get_serial(context)) {
+    cache.ratios.clear();
+    cache.context = context;
+    cache.serial = pango_context_get_serial(context);
+  }
+  auto key = std::make_tuple(run.family.value_or(""), run.weight, run.italic);
+  auto it = cache.ratios.find(key);
+  if (it == cache.ratios.end()) it = cache.ratios.emplace(key, descentRatio(context, run)).first;
+  if (!it->second) return std::nullopt;
+  double descent = run.fontSize * *it->second;
+  return std::isfinite(descent) ? std::optional<double>(descent) : std::nullopt;
 }
 
 LaidText::~LaidText() {

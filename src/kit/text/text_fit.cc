@@ -10,6 +10,9 @@
 // split on, so their "words" are the pieces between the line-break opportunities Pango finds
 // (kinsoku for Japanese, a dictionary for Thai): a long Japanese headline may then wrap, where
 // treating it as one word would shrink it to a single line.
+//
+// The size is chosen on greedy line breaks; the lines are drawn balanced (balanced_breaks.h),
+// which never changes their count or height, so the fitted size holds for the drawn text.
 #include "kit/text/attributed_text.h"
 #include "kit/text/laid_text.h"
 #include "kit/text/text_layout.h"
@@ -79,7 +82,9 @@ Size suggestedSize(const AttributedText& text, double width) {
   return {laid.contentWidth(), laid.height()};
 }
 
-int lineCount(const AttributedText& text, double width) { return static_cast<int>(LaidText(text, width).lines().size()); }
+int lineCount(const AttributedText& text, double width) {
+  return static_cast<int>(LaidText(text, width, LaidText::Breaking::greedy).lines().size());
+}
 
 double widestWord(std::string_view input, const Style& style) {
   std::string text = TextInternal::sanitized(input);
@@ -134,7 +139,8 @@ Fitted fit(std::string_view text, const Style& style, Size box, double minScale,
   while (true) {
     Style at = withSize(style, size);
     AttributedText string = attributed(text, at);
-    LaidText laid(string, box.width);
+    // Balanced breaking keeps the line count and height that decide here; only drawing needs it.
+    LaidText laid(string, box.width, LaidText::Breaking::greedy);
     double height = laid.height();
     int lines = static_cast<int>(laid.lines().size());
     bool passes = height <= box.height + 0.5 && lines <= limit && widestWord(text, at) <= box.width;

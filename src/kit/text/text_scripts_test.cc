@@ -1,10 +1,13 @@
 // Localised copy: scripts the system font lacks fall back to Noto faces, Han takes the face of
-// the text's language, right-to-left text reads right to left, and spaceless scripts wrap at
-// their own break opportunities.
+// the text's language, right-to-left text reads right to left, spaceless scripts wrap at their
+// own break opportunities, and tracking never pulls joined letters apart.
 #include "kit/text/laid_text.h"
 #include "kit/text/text_layout.h"
 
+#include <glib.h>
 #include <gtest/gtest.h>
+
+#include <algorithm>
 
 #include <cmath>
 
@@ -143,6 +146,118 @@ TEST(TextScripts, ThaiBreaksBetweenDictionaryWords) {
   LaidText laid(TextLayout::attributed(hello + polite, s), helloWidth + 5);
   ASSERT_EQ(laid.lines().size(), 2u);
   EXPECT_EQ(laid.lines()[1].start, static_cast<int>(hello.size()));
+}
+
+
+// The x of the leading edge of every character in [from, to): their spread grows by the letter
+// spacing between those characters, and by nothing else.
+double leadingEdgeSpread(const LaidText& laid, int from, int to) {
+  const LaidLine& line = laid.lines()[0];
+  double lo = INFINITY, hi = -INFINITY;
+  for (const char* p = laid.string().data() + from; p < laid.string().data() + to; p = g_utf8_next_char(p)) {
+    double x = laid.offsetForIndex(line, static_cast<int>(p - laid.string().data()));
+    lo = std::min(lo, x);
+    hi = std::max(hi, x);
+  }
+  return hi - lo;
+}
+
+TEST(TextScripts, LetterSpacingSkipsTheArabicRunButKeepsTheLatinRunBesideIt) {
+  // An eyebrow's tracking on a line of Latin and Arabic.
+  std::string text = "SALE تخفيضات";
+  int arabicStart = 5, arabicEnd = static_cast<int>(text.size());
+  Style plain = style(60, "ar");
+  Style tracked = plain;
+  tracked.tracking = 0.14;
+  const double kern = 60 * 0.14;
+  LaidText unspaced(TextLayout::attributed(text, plain), 3000);
+  LaidText spaced(TextLayout::attributed(text, tracked), 3000);
+  ASSERT_EQ(spaced.lines().size(), 1u);
+  // Inside the Arabic word the letters sit exactly where they sit untracked: still joined.
+  EXPECT_NEAR(leadingEdgeSpread(spaced, arabicStart, arabicEnd), leadingEdgeSpread(unspaced, arabicStart, arabicEnd), 0.01);
+  // The four Latin letters are about three letter spaces further apart (Pango gives the letter
+  // at an item's edge half a space on that side).
+  double grown = leadingEdgeSpread(spaced, 0, 4) - leadingEdgeSpread(unspaced, 0, 4);
+  EXPECT_GE(grown, 2.4 * kern);
+  EXPECT_LE(grown, 3.1 * kern);
+}
+
+TEST(TextScripts, TrackedArabicWordMeasuresAsUntracked) {
+  Style plain = style(80, "ar");
+  Style tracked = plain;
+  tracked.tracking = 0.12;
+  const std::string word = "العربية";
+  LaidText unspaced(TextLayout::attributed(word, plain), INFINITY);
+  LaidText spaced(TextLayout::attributed(word, tracked), INFINITY);
+  EXPECT_NEAR(spaced.lines()[0].width, unspaced.lines()[0].width, 0.01);
+  EXPECT_NEAR(spaced.lines()[0].ink.width, unspaced.lines()[0].ink.width, 0.01);
+}
+
+TEST(TextScripts, TrackedDevanagariKeepsItsConjuncts) {
+  Style plain = style(80, "hi");
+  Style tracked = plain;
+  tracked.tracking = 0.12;
+  const std::string word = "क्षमता";  // a conjunct and a vowel sign drawn across letters
+  LaidText unspaced(TextLayout::attributed(word, plain), INFINITY);
+  LaidText spaced(TextLayout::attributed(word, tracked), INFINITY);
+  EXPECT_NEAR(spaced.lines()[0].width, unspaced.lines()[0].width, 0.01);
+}
+
+TEST(TextScripts, TrackedHebrewIsStillSpaced) {
+  // Hebrew letters stand apart, so tracking applies as it does to Latin.
+  Style plain = style(80, "he");
+  Style tracked = plain;
+  tracked.tracking = 0.12;
+  const std::string word = "שלום";
+  LaidText unspaced(TextLayout::attributed(word, plain), INFINITY);
+  LaidText spaced(TextLayout::attributed(word, tracked), INFINITY);
+  EXPECT_GT(spaced.lines()[0].width - unspaced.lines()[0].width, 2 * 80 * 0.12);
+}
+
+struct Fallback {
+  const char* language;
+  const char* text;
+  const char* family;
+};
+
+const Fallback kFallbacks[] = {
+    {"ar", "تتبع عاداتك", "Noto Sans Arabic"},
+    {"he", "עקבו אחרי ההרגלים", "Noto Sans Hebrew"},
+    {"th", "ติดตามนิสัย", "Noto Sans Thai"},
+    {"hi", "अपनी आदतों", "Noto Sans Devanagari"},
+};
+
+TEST(TextScripts, ArabicHebrewThaiAndDevanagariTakeTheirNotoFaces) {
+  for (const Fallback& f : kFallbacks) {
+    for (double size : {80.0, 14.0}) {  // beside Inter Display and beside Inter
+      for (FontWeight weight : {FontWeight::regular, FontWeight::bold, FontWeight::heavy}) {
+        Style s = style(size, f.language);
+        s.weight = weight;
+        LaidText laid(TextLayout::attributed(f.text, s), INFINITY);
+        EXPECT_EQ(laid.faceFamilyAt(0), f.family) << f.language << " at " << size;
+      }
+    }
+  }
+}
+
+TEST(TextScripts, NotoFacesAreChosenByScriptNotByTheTextsLanguage) {
+  // An Arabic word inside English copy is drawn by the same face as in Arabic copy.
+  std::string text = "Now in العربية";
+  LaidText laid(TextLayout::attributed(text, style(80, "en-US")), INFINITY);
+  EXPECT_EQ(laid.faceFamilyAt(0), "Inter Display");
+  EXPECT_EQ(laid.faceFamilyAt(static_cast<int>(text.find("ال"))), "Noto Sans Arabic");
+}
+
+TEST(TextScripts, ArabicSitsOnTheBaselineOfLatinTextOfTheSameStyle) {
+  // A tight headline: Noto Sans Arabic's own descent (0.74 em) would lift the line half an em
+  // above its box, past the layer's bleed of 0.3 em.
+  Style s = style(118, "ar");
+  s.lineHeight = 0.95;
+  LaidText arabic(TextLayout::attributed("أسبوع الفريق كله", s), 3000);
+  LaidText latin(TextLayout::attributed("The whole week", s), 3000);
+  const LaidLine& line = arabic.lines()[0];
+  EXPECT_NEAR(line.origin.y, latin.lines()[0].origin.y, 1e-6);
+  EXPECT_GE(line.origin.y + line.ink.minY(), -0.3 * 118);
 }
 
 }  // namespace
