@@ -1,0 +1,185 @@
+// A ramp over a slide's height moves by about one 8-bit level every dozen pixels, and rounding
+// each pixel to its nearest level turns it into stripes. Adding a threshold from an 8×8 Bayer
+// matrix before truncating spreads each step over the pixels around it: the mean of every 8×8
+// tile is the exact ramp, and no band of one value is wider than a few pixels.
+// A row of one value is left only where the ramp sits within 1/64 of a level of a whole one: a
+// fifth of a pixel on a steep slide ramp, a few pixels on the calmest. The Bayer matrix spreads
+// neighbouring thresholds far apart, so the texture is too fine to see; it costs one table read.
+//
+// Speed matters: a slide background is four million pixels. Colours come from a table of 4096
+// steps along the ramp, in fixed point with 8 bits below the level, so a pixel is a position
+// along the ramp, one table read and four adds; a ramp that doesn't change along a row (the
+// common vertical background) is worked out once per row and repeated.
+#include "kit/image/dithered_ramp.h"
+
+#include "kit/image/cairo_util.h"
+
+#include <cairo.h>
+
+#include <algorithm>
+#include <array>
+#include <cmath>
+#include <cstdint>
+
+namespace vorno::DitheredRamp {
+namespace {
+
+// The classic 8×8 ordered-dither thresholds, 0..63.
+constexpr uint8_t bayer[8][8] = {
+    {0, 32, 8, 40, 2, 34, 10, 42},   {48, 16, 56, 24, 50, 18, 58, 26}, {12, 44, 4, 36, 14, 46, 6, 38},
+    {60, 28, 52, 20, 62, 30, 54, 22}, {3, 35, 11, 43, 1, 33, 9, 41},   {51, 19, 59, 27, 49, 17, 57, 25},
+    {15, 47, 7, 39, 13, 45, 5, 37},   {63, 31, 55, 23, 61, 29, 53, 21}};
+
+// The threshold in 1/256 of a level: (b + ½) / 64 of a level, so the tile's mean is unbiased.
+constexpr uint32_t threshold(int x, int y) { return uint32_t(bayer[y & 7][x & 7]) * 4 + 2; }
+
+constexpr int steps = 4096;
+
+// Premultiplied channels in 1/256 of a level (0...65280), in the order of an ARGB32 word's bytes
+// from the lowest: blue, green, red, alpha.
+using Entry = std::array<uint32_t, 4>;
+
+// The stops are interpolated as cairo does: straight colour and alpha, then premultiplied.
+std::vector<Entry> table(const std::vector<RGBColor>& colors) {
+  std::vector<Entry> entries(steps);
+  const double segments = double(colors.size() - 1);
+  auto fixed = [](double v) { return uint32_t(std::lround(std::clamp(v, 0.0, 1.0) * 255.0 * 256.0)); };
+  for (int i = 0; i < steps; ++i) {
+    const double t = double(i) / (steps - 1) * segments;
+    const size_t k = std::min(colors.size() - 2, size_t(t));
+    const double f = t - double(k);
+    const RGBColor& a = colors[k];
+    const RGBColor& b = colors[k + 1];
+    const double alpha = a.a + (b.a - a.a) * f;
+    entries[i] = {fixed((a.b + (b.b - a.b) * f) * alpha), fixed((a.g + (b.g - a.g) * f) * alpha),
+                  fixed((a.r + (b.r - a.r) * f) * alpha), fixed(alpha)};
+  }
+  return entries;
+}
+
+uint32_t dithered(const Entry& e, uint32_t th) {
+  return ((e[3] + th) >> 8) << 24 | ((e[2] + th) >> 8) << 16 | ((e[1] + th) >> 8) << 8 | ((e[0] + th) >> 8);
+}
+
+// The device pixels of the fill that can show: the path, the clip and `rect`, in device space.
+struct Box {
+  int x = 0, y = 0, width = 0, height = 0;
+};
+
+bool visibleBox(cairo_t* cr, const Rect& rect, Box& box) {
+  double x0, y0, x1, y1, cx0, cy0, cx1, cy1;
+  cairo_fill_extents(cr, &x0, &y0, &x1, &y1);
+  cairo_clip_extents(cr, &cx0, &cy0, &cx1, &cy1);
+  const double left = std::max({x0, cx0, rect.minX()}), right = std::min({x1, cx1, rect.maxX()});
+  const double top = std::max({y0, cy0, rect.minY()}), bottom = std::min({y1, cy1, rect.maxY()});
+  if (!(right > left) || !(bottom > top)) return false;
+  double xs[4] = {left, right, right, left}, ys[4] = {top, top, bottom, bottom};
+  double dx0 = INFINITY, dy0 = INFINITY, dx1 = -INFINITY, dy1 = -INFINITY;
+  for (int i = 0; i < 4; ++i) {
+    cairo_user_to_device(cr, &xs[i], &ys[i]);
+    dx0 = std::min(dx0, xs[i]), dx1 = std::max(dx1, xs[i]);
+    dy0 = std::min(dy0, ys[i]), dy1 = std::max(dy1, ys[i]);
+  }
+  dx0 = std::floor(dx0), dy0 = std::floor(dy0), dx1 = std::ceil(dx1), dy1 = std::ceil(dy1);
+  // Beyond this a bitmap of its own is more than any canvas of ours; cairo paints it instead.
+  constexpr double largest = 16384;
+  if (!(dx1 - dx0 >= 1) || !(dy1 - dy0 >= 1) || dx1 - dx0 > largest || dy1 - dy0 > largest) return false;
+  if (std::fabs(dx0) > 1e6 || std::fabs(dy0) > 1e6) return false;
+  box = {int(dx0), int(dy0), int(dx1 - dx0), int(dy1 - dy0)};
+  return true;
+}
+
+// Where a device pixel lies along the ramp, as a fractional index into the table. A linear ramp
+// is affine in device space: position = at + x·dx + y·dy. A radial one is a distance from the
+// centre, with the user-space point affine in device space.
+struct Walker {
+  RampGeometry::Shape shape;
+  double at = 0, dx = 0, dy = 0;                         // linear
+  double ux = 0, uy = 0, uxx = 0, uyx = 0, uxy = 0, uyy = 0, scale = 0;  // radial
+
+  double position(double x, double y) const {
+    if (shape == RampGeometry::Shape::linear) return at + x * dx + y * dy;
+    const double px = ux + x * uxx + y * uxy, py = uy + x * uyx + y * uyy;
+    return std::sqrt(px * px + py * py) * scale;
+  }
+  bool constantAlongRows(int width) const {
+    return shape == RampGeometry::Shape::linear && std::fabs(dx) * width < 0.25;
+  }
+};
+
+bool makeWalker(cairo_t* cr, const RampGeometry& g, Walker& w) {
+  cairo_matrix_t toUser;
+  cairo_get_matrix(cr, &toUser);
+  if (cairo_matrix_invert(&toUser) != CAIRO_STATUS_SUCCESS) return false;
+  constexpr double last = steps - 1;
+  w.shape = g.shape;
+  if (g.shape == RampGeometry::Shape::linear) {
+    const double vx = g.to.x - g.from.x, vy = g.to.y - g.from.y, length2 = vx * vx + vy * vy;
+    if (!(length2 > 0)) return false;
+    // t = ((u - from) · v) / |v|², with u = toUser · device.
+    const double kx = vx / length2 * last, ky = vy / length2 * last;
+    w.dx = toUser.xx * kx + toUser.yx * ky;
+    w.dy = toUser.xy * kx + toUser.yy * ky;
+    w.at = (toUser.x0 - g.from.x) * kx + (toUser.y0 - g.from.y) * ky;
+    return true;
+  }
+  if (!(g.radius > 0)) return false;
+  w.uxx = toUser.xx, w.uyx = toUser.yx, w.uxy = toUser.xy, w.uyy = toUser.yy;
+  w.ux = toUser.x0 - g.from.x, w.uy = toUser.y0 - g.from.y;
+  w.scale = last / g.radius;
+  return true;
+}
+
+int index(double position) { return int(std::clamp(position, 0.0, double(steps - 1)) + 0.5); }
+
+void fillRows(uint8_t* data, int stride, const Box& box, const Walker& walker, const std::vector<Entry>& entries) {
+  for (int row = 0; row < box.height; ++row) {
+    auto* out = reinterpret_cast<uint32_t*>(data + size_t(row) * size_t(stride));
+    const int y = box.y + row;
+    const double cy = y + 0.5;
+    if (walker.constantAlongRows(box.width)) {
+      const Entry& e = entries[index(walker.position(box.x + box.width * 0.5, cy))];
+      uint32_t pattern[8];
+      for (int k = 0; k < 8; ++k) pattern[(box.x + k) & 7] = dithered(e, threshold(box.x + k, y));
+      for (int col = 0; col < box.width; ++col) out[col] = pattern[(box.x + col) & 7];
+      continue;
+    }
+    for (int col = 0; col < box.width; ++col) {
+      const int x = box.x + col;
+      out[col] = dithered(entries[index(walker.position(x + 0.5, cy))], threshold(x, y));
+    }
+  }
+}
+
+}  // namespace
+
+bool paint(cairo_t* cr, const RampGeometry& geometry, const std::vector<RGBColor>& colors, const Rect& rect) {
+  if (colors.size() < 2) return false;
+  Box box;
+  Walker walker;
+  if (!visibleBox(cr, rect, box) || !makeWalker(cr, geometry, walker)) return false;
+  const bool opaque = std::all_of(colors.begin(), colors.end(), [](const RGBColor& c) { return c.a >= 1; });
+  // An opaque bitmap lets pixman copy instead of blending.
+  CairoSurfacePtr bitmap(
+      cairo_image_surface_create(opaque ? CAIRO_FORMAT_RGB24 : CAIRO_FORMAT_ARGB32, box.width, box.height));
+  if (cairo_surface_status(bitmap.get()) != CAIRO_STATUS_SUCCESS) return false;
+  cairo_surface_flush(bitmap.get());
+  fillRows(cairo_image_surface_get_data(bitmap.get()), cairo_image_surface_get_stride(bitmap.get()), box, walker,
+           table(colors));
+  cairo_surface_mark_dirty(bitmap.get());
+
+  // Bitmap pixel (i, j) is device pixel (box.x + i, box.y + j): user -> device -> bitmap.
+  CairoPatternPtr pattern(cairo_pattern_create_for_surface(bitmap.get()));
+  cairo_matrix_t toBitmap, ctm;
+  cairo_get_matrix(cr, &ctm);
+  cairo_matrix_init_translate(&toBitmap, -box.x, -box.y);
+  cairo_matrix_multiply(&toBitmap, &ctm, &toBitmap);
+  cairo_pattern_set_matrix(pattern.get(), &toBitmap);
+  cairo_pattern_set_filter(pattern.get(), CAIRO_FILTER_NEAREST);
+  cairo_pattern_set_extend(pattern.get(), CAIRO_EXTEND_PAD);
+  cairo_set_source(cr, pattern.get());
+  cairo_fill(cr);
+  return true;
+}
+
+}  // namespace vorno::DitheredRamp
