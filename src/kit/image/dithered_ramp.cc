@@ -35,15 +35,18 @@ constexpr uint32_t threshold(int x, int y) { return uint32_t(bayer[y & 7][x & 7]
 
 constexpr int steps = 4096;
 
-// Premultiplied channels in 1/256 of a level (0...65280), in the order of an ARGB32 word's bytes
-// from the lowest: blue, green, red, alpha.
-using Entry = std::array<uint32_t, 4>;
+// Premultiplied channels in 1/256 of a level (0...65280), one 16-bit lane each, from the lowest:
+// blue, green, red, alpha, the order of an ARGB32 word's bytes. A threshold (under 256) added to
+// every lane never carries into the next.
+using Entry = uint64_t;
+
+Entry lanes(uint64_t b, uint64_t g, uint64_t r, uint64_t a) { return b | g << 16 | r << 32 | a << 48; }
 
 // The stops are interpolated as cairo does: straight colour and alpha, then premultiplied.
 std::vector<Entry> table(const std::vector<RGBColor>& colors) {
   std::vector<Entry> entries(steps);
   const double segments = double(colors.size() - 1);
-  auto fixed = [](double v) { return uint32_t(std::lround(std::clamp(v, 0.0, 1.0) * 255.0 * 256.0)); };
+  auto fixed = [](double v) { return uint64_t(std::lround(std::clamp(v, 0.0, 1.0) * 255.0 * 256.0)); };
   for (int i = 0; i < steps; ++i) {
     const double t = double(i) / (steps - 1) * segments;
     const size_t k = std::min(colors.size() - 2, size_t(t));
@@ -51,14 +54,17 @@ std::vector<Entry> table(const std::vector<RGBColor>& colors) {
     const RGBColor& a = colors[k];
     const RGBColor& b = colors[k + 1];
     const double alpha = a.a + (b.a - a.a) * f;
-    entries[i] = {fixed((a.b + (b.b - a.b) * f) * alpha), fixed((a.g + (b.g - a.g) * f) * alpha),
-                  fixed((a.r + (b.r - a.r) * f) * alpha), fixed(alpha)};
+    entries[i] = lanes(fixed((a.b + (b.b - a.b) * f) * alpha), fixed((a.g + (b.g - a.g) * f) * alpha),
+                       fixed((a.r + (b.r - a.r) * f) * alpha), fixed(alpha));
   }
   return entries;
 }
 
-uint32_t dithered(const Entry& e, uint32_t th) {
-  return ((e[3] + th) >> 8) << 24 | ((e[2] + th) >> 8) << 16 | ((e[1] + th) >> 8) << 8 | ((e[0] + th) >> 8);
+// Adds the threshold to all four lanes, keeps each lane's level and packs the four bytes.
+uint32_t dithered(Entry e, uint32_t th) {
+  uint64_t s = ((e + th * 0x0001000100010001ULL) >> 8) & 0x00FF00FF00FF00FFULL;
+  s = (s | (s >> 8)) & 0x0000FFFF0000FFFFULL;
+  return uint32_t(s | (s >> 16));
 }
 
 // The device pixels of the fill that can show: the path, the clip and `rect`, in device space.
@@ -132,23 +138,84 @@ bool makeWalker(cairo_t* cr, const RampGeometry& g, Walker& w) {
 
 int index(double position) { return int(std::clamp(position, 0.0, double(steps - 1)) + 0.5); }
 
+// One row of a ramp that changes along it. A linear ramp steps through the table in fixed point
+// (16 bits below a step); a radial one takes a square root per pixel.
+void fillRow(uint32_t* out, const Box& box, int y, const Walker& walker, const std::vector<Entry>& entries) {
+  const double cy = y + 0.5;
+  if (walker.shape == RampGeometry::Shape::linear) {
+    constexpr double one = 65536;
+    const double start = std::clamp(walker.position(box.x + 0.5, cy), -1e9, 1e9);
+    int64_t at = int64_t(std::llround((start + 0.5) * one));
+    const int64_t step = int64_t(std::llround(std::clamp(walker.dx, -1e6, 1e6) * one));
+    for (int col = 0; col < box.width; ++col, at += step) {
+      const int64_t i = std::clamp<int64_t>(at >> 16, 0, steps - 1);
+      out[col] = dithered(entries[size_t(i)], threshold(box.x + col, y));
+    }
+    return;
+  }
+  for (int col = 0; col < box.width; ++col) {
+    const int x = box.x + col;
+    out[col] = dithered(entries[index(walker.position(x + 0.5, cy))], threshold(x, y));
+  }
+}
+
+// Rows of `box` into `data`, whose first pixel is the box's top left.
 void fillRows(uint8_t* data, int stride, const Box& box, const Walker& walker, const std::vector<Entry>& entries) {
   for (int row = 0; row < box.height; ++row) {
     auto* out = reinterpret_cast<uint32_t*>(data + size_t(row) * size_t(stride));
     const int y = box.y + row;
-    const double cy = y + 0.5;
-    if (walker.constantAlongRows(box.width)) {
-      const Entry& e = entries[index(walker.position(box.x + box.width * 0.5, cy))];
-      uint32_t pattern[8];
-      for (int k = 0; k < 8; ++k) pattern[(box.x + k) & 7] = dithered(e, threshold(box.x + k, y));
-      for (int col = 0; col < box.width; ++col) out[col] = pattern[(box.x + col) & 7];
+    if (!walker.constantAlongRows(box.width)) {
+      fillRow(out, box, y, walker, entries);
       continue;
     }
-    for (int col = 0; col < box.width; ++col) {
-      const int x = box.x + col;
-      out[col] = dithered(entries[index(walker.position(x + 0.5, cy))], threshold(x, y));
-    }
+    // The whole row is one colour: eight dithered pixels, repeated.
+    const Entry e = entries[index(walker.position(box.x + box.width * 0.5, y + 0.5))];
+    uint32_t pattern[8];
+    for (int k = 0; k < 8; ++k) pattern[(box.x + k) & 7] = dithered(e, threshold(box.x + k, y));
+    for (int col = 0; col < box.width; ++col) out[col] = pattern[(box.x + col) & 7];
   }
+}
+
+// An opaque ramp over a pixel-aligned rectangle of a plain image surface, drawn with no scale,
+// no group and a clip that is one aligned rectangle, can be written straight into the surface's
+// pixels: that is how a slide's background is painted, and it saves a bitmap as large as the
+// slide and a pass to copy it. `box` is narrowed to the rectangle and the clip.
+bool directPixels(cairo_t* cr, const Rect& rect, Box& box, uint8_t*& data, int& stride) {
+  const cairo_operator_t op = cairo_get_operator(cr);
+  if (op != CAIRO_OPERATOR_OVER && op != CAIRO_OPERATOR_SOURCE) return false;
+  cairo_surface_t* target = cairo_get_target(cr);
+  if (cairo_get_group_target(cr) != target || cairo_surface_get_type(target) != CAIRO_SURFACE_TYPE_IMAGE) return false;
+  const cairo_format_t format = cairo_image_surface_get_format(target);
+  if (format != CAIRO_FORMAT_ARGB32 && format != CAIRO_FORMAT_RGB24) return false;
+  double offsetX, offsetY;
+  cairo_surface_get_device_offset(target, &offsetX, &offsetY);
+  cairo_matrix_t m;
+  cairo_get_matrix(cr, &m);
+  auto whole = [](double v) { return v == std::floor(v) && std::fabs(v) < 1e6; };
+  if (offsetX != 0 || offsetY != 0 || m.xx != 1 || m.yy != 1 || m.xy != 0 || m.yx != 0 || !whole(m.x0) ||
+      !whole(m.y0))
+    return false;
+  if (!whole(rect.x) || !whole(rect.y) || !whole(rect.width) || !whole(rect.height)) return false;
+  cairo_rectangle_list_t* clips = cairo_copy_clip_rectangle_list(cr);
+  bool aligned = clips->status == CAIRO_STATUS_SUCCESS && clips->num_rectangles == 1;
+  Rect clip;
+  if (aligned) {
+    const cairo_rectangle_t& c = clips->rectangles[0];
+    clip = {c.x, c.y, c.width, c.height};
+    aligned = whole(c.x) && whole(c.y) && whole(c.width) && whole(c.height);
+  }
+  cairo_rectangle_list_destroy(clips);
+  if (!aligned) return false;
+  const int x0 = int(std::max({rect.minX(), clip.minX()}) + m.x0), x1 = int(std::min({rect.maxX(), clip.maxX()}) + m.x0);
+  const int y0 = int(std::max({rect.minY(), clip.minY()}) + m.y0), y1 = int(std::min({rect.maxY(), clip.maxY()}) + m.y0);
+  const int left = std::max(x0, 0), right = std::min(x1, cairo_image_surface_get_width(target));
+  const int top = std::max(y0, 0), bottom = std::min(y1, cairo_image_surface_get_height(target));
+  if (right <= left || bottom <= top) return false;
+  box = {left, top, right - left, bottom - top};
+  cairo_surface_flush(target);
+  stride = cairo_image_surface_get_stride(target);
+  data = cairo_image_surface_get_data(target) + size_t(top) * size_t(stride) + size_t(left) * 4;
+  return data != nullptr;
 }
 
 }  // namespace
@@ -159,6 +226,14 @@ bool paint(cairo_t* cr, const RampGeometry& geometry, const std::vector<RGBColor
   Walker walker;
   if (!visibleBox(cr, rect, box) || !makeWalker(cr, geometry, walker)) return false;
   const bool opaque = std::all_of(colors.begin(), colors.end(), [](const RGBColor& c) { return c.a >= 1; });
+  uint8_t* pixels = nullptr;
+  int pixelStride = 0;
+  if (opaque && directPixels(cr, rect, box, pixels, pixelStride)) {
+    fillRows(pixels, pixelStride, box, walker, table(colors));
+    cairo_surface_mark_dirty_rectangle(cairo_get_target(cr), box.x, box.y, box.width, box.height);
+    cairo_new_path(cr);
+    return true;
+  }
   // An opaque bitmap lets pixman copy instead of blending.
   CairoSurfacePtr bitmap(
       cairo_image_surface_create(opaque ? CAIRO_FORMAT_RGB24 : CAIRO_FORMAT_ARGB32, box.width, box.height));

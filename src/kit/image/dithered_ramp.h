@@ -25,9 +25,10 @@ struct RampGeometry {
 
 namespace DitheredRamp {
 
-/// Fills the current path of `cr` with the ramp, computed per device pixel over the visible part
-/// of `rect` with an 8×8 ordered dither of ±½ level. False, with the context untouched, when
-/// there is nothing to paint or no bitmap for it; the caller then paints the ramp plainly.
+/// Fills `rect`, which must be the current path of `cr`, with the ramp, computed per device pixel
+/// over its visible part with an 8×8 ordered dither of ±½ level; the path is used up as by a fill.
+/// False, with the context untouched, when there is nothing to paint or no bitmap for it; the
+/// caller then paints the ramp plainly.
 bool paint(cairo_t* cr, const RampGeometry& geometry, const std::vector<RGBColor>& colors, const Rect& rect);
 
 }  // namespace DitheredRamp
