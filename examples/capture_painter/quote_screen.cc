@@ -95,7 +95,9 @@ void paintQuote(ScreenPainter& p) {
     p.roundRect(icon, 11, item.tint->mixed(Brand::card, 0.84));
     p.symbol(item.symbol, icon.insetBy(10, 10), *item.tint);
     double textX = icon.maxX() + 12;
-    p.label(p.L(item.en, item.ja), textX, top + row / 2 - 10, list.maxX() - textX - 96, 15, FontWeight::semibold,
+    // The name takes what the amount leaves of the row, with a gap before it.
+    const double amountLeft = list.maxX() - 14 - p.measure(p.L(item.amountEn, item.amountJa), 15, FontWeight::semibold);
+    p.label(p.L(item.en, item.ja), textX, top + row / 2 - 10, amountLeft - 12 - textX, 15, FontWeight::semibold,
             Brand::ink);
     p.label(p.L(item.detailEn, item.detailJa), textX, top + row / 2 + 11, 200, 13, FontWeight::regular, Brand::muted);
     p.label(p.L(item.amountEn, item.amountJa), list.maxX() - 112, top + row / 2 - 10, 98, 15, FontWeight::semibold,

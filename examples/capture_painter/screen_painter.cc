@@ -161,6 +161,10 @@ double ScreenPainter::text(std::string_view copy, Point topLeft, double width, d
 
 double ScreenPainter::label(std::string_view copy, double x, double midY, double width, double size, FontWeight weight,
                             const RGBColor& color, TextAlign align) {
+  // A label is one line, as in the app: a name too long for its column is set a little smaller
+  // (as the platforms' own labels shrink to fit), never wrapped onto the row below.
+  const double natural = measure(copy, size, weight);
+  if (natural > width && natural > 0) size = std::max(size * 0.8, size * width / natural * 0.98);
   vorno::TextSpec spec = specOf(copy, size, weight, color, align, 1.2, locale_);
   vorno::TextLayout::Fitted laid = vorno::TextLayout::laid(spec, width);
   vorno::TextLayout::draw(laid, cr_, x, midY - laid.size.height / 2);

@@ -9,6 +9,7 @@
 
 #include <algorithm>
 #include <array>
+#include <cmath>
 #include <cstdlib>
 #include <cstring>
 #include <fstream>
@@ -81,7 +82,7 @@ TEST(FillPainter, LinearFillAt180HasItsFirstColourOnTop) {
   FillPainter::paint(linear({red, blue}, 180), canvas.cr(), {0, 0, 40, 100});
   expectColor(canvas.at(20, 0), red, 0.02, "top");
   expectColor(canvas.at(20, 99), blue, 0.02, "bottom");
-  expectColor(canvas.at(0, 50), canvas.at(39, 50), 0.001, "a row is one colour");
+  expectColor(canvas.at(0, 50), canvas.at(39, 50), 1.5 / 255, "a row is one colour, to the dither's one level");
 }
 
 TEST(FillPainter, LinearFillAt0RunsUpward) {
@@ -96,7 +97,7 @@ TEST(FillPainter, LinearFillAt90RunsLeftToRight) {
   FillPainter::paint(linear({red, blue}, 90), canvas.cr(), {0, 0, 100, 30});
   expectColor(canvas.at(0, 15), red, 0.02, "left");
   expectColor(canvas.at(99, 15), blue, 0.02, "right");
-  expectColor(canvas.at(50, 0), canvas.at(50, 29), 0.001, "a column is one colour");
+  expectColor(canvas.at(50, 0), canvas.at(50, 29), 1.5 / 255, "a column is one colour, to the dither's one level");
 }
 
 TEST(FillPainter, LinearFillAt45ReachesTheCornersExactly) {
@@ -307,6 +308,76 @@ TEST(FillPainter, VectorImageFillIsRasterisedAtFourTimesItsSize) {
   FillPainter::paint(imageFill(path, ImageFill::Fit::cover), canvas.cr(), {0, 0, 300, 200});
   expectColor(canvas.at(10, 100), red, 0.01, "left");
   expectColor(canvas.at(290, 100), blue, 0.01, "right");
+}
+
+
+// How a ramp down a canvas shows in the red channel of an opaque fill: the widest band (a run of
+// rows that look alike: the same sum over 8 neighbouring pixels, as plain rounding makes them for
+// a dozen rows at a time), and the worst distance of an 8 × 8 tile's mean from the exact ramp, in
+// 8-bit levels.
+struct Banding {
+  int widestBand = 0;
+  double worstMeanError = 0;
+};
+
+Banding banding(const Fill& fill, int width, int height, int x0) {
+  Canvas canvas(width, height);
+  FillPainter::paint(fill, canvas.cr(), {0, 0, double(width), double(height)});
+  auto level = [&](int x, int y) { return int(std::lround(canvas.at(x, y).r * 255)); };
+  Banding result;
+  int band = 0, previous = -1;
+  for (int y = 0; y < height; ++y) {
+    int sum = 0;
+    for (int x = x0; x < x0 + 8; ++x) sum += level(x, y);
+    band = sum == previous ? band + 1 : 1;
+    previous = sum;
+    result.widestBand = std::max(result.widestBand, band);
+  }
+  for (int y0 = 0; y0 + 8 <= height; y0 += 8) {
+    double sum = 0, exact = 0;
+    for (int y = y0; y < y0 + 8; ++y)
+      for (int x = x0; x < x0 + 8; ++x) {
+        sum += level(x, y);
+        exact += fill.sample((x + 0.5) / width, (y + 0.5) / height, {double(width), double(height)}).r * 255;
+      }
+    result.worstMeanError = std::max(result.worstMeanError, std::fabs(sum - exact) / 64);
+  }
+  return result;
+}
+
+TEST(FillPainter, SlideHeightRampHasNoBandWiderThanAFewPixels) {
+  // 228 levels down a 6.9-inch slide: plain rounding makes a step every 12.6 pixels.
+  const Fill ramp = linear({{16 / 255.0, 0.2, 0.3, 1}, {244 / 255.0, 0.2, 0.3, 1}}, 180);
+  Banding b = banding(ramp, 48, 2868, 0);
+  EXPECT_LE(b.widestBand, 4) << "rounding alone makes bands of 12 or 13 rows";
+  // Dithering must not move the ramp: every 8 × 8 tile averages to the exact colours.
+  EXPECT_LT(b.worstMeanError, 0.1) << "rounding alone is up to half a level off";
+}
+
+TEST(FillPainter, CalmRampAcrossTheSlideStaysSmooth) {
+  // 13 levels over 2868 pixels: bands of 220 pixels without a dither.
+  const Fill calm = linear({{1, 0.91, 0.84, 1}, {242 / 255.0, 0.63, 0.48, 1}}, 180);
+  Banding b = banding(calm, 48, 2868, 0);
+  // Near a whole level only one pixel in 64 differs, so rows alike run longer, but the step is
+  // spread over the whole 220 rows instead of falling at one edge.
+  EXPECT_LE(b.widestBand, 16) << "rounding alone makes bands of 220 rows";
+  EXPECT_LT(b.worstMeanError, 0.1) << "rounding alone is up to half a level off";
+}
+
+TEST(FillPainter, RadialRampIsDitheredToo) {
+  const Fill glow = Fill{RadialFill{{{0.9, 0.5, 0.5, 1}, {0.1, 0.5, 0.5, 1}}, 0.5, 0.0, 1.0}};
+  Banding b = banding(glow, 40, 2400, 16);
+  EXPECT_LE(b.widestBand, 4) << "rounding alone makes bands of 12 rows";
+  EXPECT_LT(b.worstMeanError, 0.1);
+}
+
+TEST(FillPainter, DitherKeepsTheEndColoursExact) {
+  Canvas canvas(16, 600);
+  FillPainter::paint(linear({red, blue}, 180), canvas.cr(), {0, 0, 16, 600});
+  for (int x = 0; x < 16; ++x) {
+    expectColor(canvas.at(x, 0), red, 1.5 / 255, "top");
+    expectColor(canvas.at(x, 599), blue, 1.5 / 255, "bottom");
+  }
 }
 
 }  // namespace

@@ -164,13 +164,26 @@ D rating(const ComponentSpec& spec, const Palette& p, const Setter& set, std::st
   return d;
 }
 
-D badgeOrCallout(const ComponentSpec& spec, const Palette& p, const Setter& set, std::string_view locale) {
+// An icon's image path as the painter reads it: relative paths are the package's.
+std::string packagePath(const std::string& path, const std::optional<std::string>& root) {
+  if (path.front() != '/' && root && !root->empty()) return *root + "/" + path;
+  return path;
+}
+
+D badgeOrCallout(const ComponentSpec& spec, const Palette& p, const Setter& set, std::string_view locale,
+                 const std::optional<std::string>& root) {
   D d;
   bool callout = spec.type == Kind::callout;
   double inset = p.card ? 95 : 0;
   double x = inset;
-  if (spec.symbol && !spec.symbol->empty()) {
-    d.parts.push_back(D::Symbol{*spec.symbol, {inset, 115 - 57.5, 115, 115}, callout ? p.main : p.mark});
+  const Rect icon{inset, 115 - 57.5, 115, 115};
+  // The icon is the user's own image when there is one (a logo, an award's seal), else a symbol;
+  // an image has the corners of an app icon, so a square picture sits in the capsule as one.
+  if (spec.image && !spec.image->empty()) {
+    d.parts.push_back(D::Image{packagePath(*spec.image, root), icon, 115 * 0.225});
+    x = inset + 157;
+  } else if (spec.symbol && !spec.symbol->empty()) {
+    d.parts.push_back(D::Symbol{*spec.symbol, icon, callout ? p.main : p.mark});
     x = inset + 157;
   }
   // An empty label is one blank, so the capsule keeps its height and some width.
@@ -330,9 +343,7 @@ D notification(const ComponentSpec& spec, const Palette& p, const Setter& set, s
 
   Rect icon{38, (height - 104) / 2, 104, 104};
   if (spec.image && !spec.image->empty()) {
-    std::string path = *spec.image;
-    if (path.front() != '/' && root && !root->empty()) path = *root + "/" + path;
-    d.parts.push_back(D::Image{path, icon, 23.4});
+    d.parts.push_back(D::Image{packagePath(*spec.image, root), icon, 23.4});
   } else {
     // The stock icon: a bell on the accent.
     d.parts.push_back(D::Card{icon, 23.4, theme.accent});
@@ -364,7 +375,7 @@ ComponentDrawing make(const ComponentSpec& spec, const Theme& theme, const RGBCo
   switch (spec.type) {
     case Kind::rating: d = rating(spec, p, set, locale); break;
     case Kind::badge:
-    case Kind::callout: d = badgeOrCallout(spec, p, set, locale); break;
+    case Kind::callout: d = badgeOrCallout(spec, p, set, locale, root); break;
     case Kind::award: d = award(spec, p, set, locale); break;
     case Kind::review: d = review(spec, p, set, locale); break;
     case Kind::stat: d = stat(spec, p, set, locale); break;

@@ -110,7 +110,7 @@ RGBColor ink();
 RGBColor gold();
 
 /// Lays a component out for one locale. `fg` and `muted` are the slide's text colours (used by
-/// the `clear` style); `root` is the package folder that a notification's icon path is below.
+/// the `clear` style); `root` is the package folder that a relative icon `image` is below.
 /// Never throws: missing texts take no room.
 ComponentDrawing make(const ComponentSpec& spec, const Theme& theme, const RGBColor& fg, const RGBColor& muted,
                       std::string_view locale, const std::optional<std::string>& root);

@@ -194,6 +194,44 @@ TEST(ComponentLayout, BadgeWithoutSymbolStartsItsLabelAtTheInset) {
   EXPECT_EQ(partsOf<D::Text>(make(spec))[0].rect.x, 157);
 }
 
+TEST(ComponentLayout, BadgeImageTakesTheIconPlaceFromThePackage) {
+  ComponentSpec spec = specOf(Kind::badge);
+  spec.title = en("Editor's choice");
+  spec.image = "assets/seal.png";
+  D d = make(spec, "/tmp/App.vorno");
+  auto images = partsOf<D::Image>(d);
+  ASSERT_EQ(images.size(), 1u);
+  EXPECT_EQ(images[0].path, "/tmp/App.vorno/assets/seal.png");
+  EXPECT_EQ(images[0].rect, (Rect{95, 57.5, 115, 115}));
+  EXPECT_GT(images[0].radius, 0);
+  EXPECT_EQ(partsOf<D::Text>(d)[0].rect.x, 95 + 157);
+  EXPECT_EQ(d.size.width, 95 + 157 + fakeWidth("Editor's choice", 100) + 95);
+
+  // An image and a symbol: the user's own image is the icon, drawn once.
+  spec.symbol = "star.fill";
+  D both = make(spec, "/tmp/App.vorno");
+  EXPECT_EQ(partsOf<D::Image>(both).size(), 1u);
+  EXPECT_TRUE(partsOf<D::Symbol>(both).empty());
+
+  // An absolute path stays as it is; an empty one is no icon.
+  spec.image = "/abs/seal.png";
+  EXPECT_EQ(partsOf<D::Image>(make(spec, "/tmp/App.vorno"))[0].path, "/abs/seal.png");
+  spec.image = "";
+  spec.symbol.reset();
+  EXPECT_TRUE(partsOf<D::Image>(make(spec)).empty());
+  EXPECT_EQ(partsOf<D::Text>(make(spec))[0].rect.x, 95);
+}
+
+TEST(ComponentLayout, CalloutImageSitsWhereItsSymbolWould) {
+  ComponentSpec spec = ComponentSpec::starter(Kind::callout, "en-US");
+  spec.image = "assets/hand.png";
+  D d = make(spec, "/tmp/App.vorno");
+  auto images = partsOf<D::Image>(d);
+  ASSERT_EQ(images.size(), 1u);
+  EXPECT_EQ(images[0].rect, (Rect{95, 57.5, 115, 115}));
+  EXPECT_EQ(partsOf<D::Text>(d)[0].rect.x, 95 + 157);
+}
+
 TEST(ComponentLayout, BadgeSymbolTakesTheAccentAtReadableContrast) {
   ComponentSpec spec = specOf(Kind::badge);
   spec.symbol = "bolt.fill";

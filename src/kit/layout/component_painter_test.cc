@@ -1,12 +1,17 @@
 #include "kit/layout/component_painter.h"
 
 #include "kit/image/cairo_util.h"
+#include "kit/layout/component_layout.h"
+#include "kit/model/slide_element.h"
+#include "kit/model/theme.h"
 #include "tests/temp_folder.h"
 
 #include <cairo.h>
 #include <gtest/gtest.h>
 
+#include <cmath>
 #include <cstdint>
+#include <filesystem>
 
 namespace vorno {
 namespace {
@@ -132,6 +137,35 @@ TEST(ComponentPainter, ImageIsClippedToItsRoundedRectangle) {
   EXPECT_EQ(c.at(50, 50)[2], 255);
   EXPECT_EQ(c.alpha(50, 50), 255);
   EXPECT_EQ(c.alpha(1, 1), 0);  // the corner is cut away
+}
+
+TEST(ComponentPainter, BadgeDrawsItsImageInTheCapsule) {
+  testing::TempFolder folder;
+  std::filesystem::create_directories(folder.path() / "assets");
+  std::string path = (folder.path() / "assets" / "seal.png").string();
+  {
+    CairoSurfacePtr s(cairo_image_surface_create(CAIRO_FORMAT_RGB24, 64, 64));
+    CairoContextPtr cr(cairo_create(s.get()));
+    cairo_set_source_rgb(cr.get(), 1, 0, 0);
+    cairo_paint(cr.get());
+    cairo_surface_write_to_png(s.get(), path.c_str());
+  }
+  ComponentSpec spec;
+  spec.type = ComponentSpec::Kind::badge;
+  spec.title = LocalizedText{{{"en-US", "Editor's choice"}}};
+  spec.image = "assets/seal.png";
+  D d = ComponentLayout::make(spec, Theme::vorno(), RGBColor::black(), RGBColor::black(), "en-US",
+                              folder.path().string());
+  // One canvas pixel per unit of the component's space.
+  Canvas c(int(std::ceil(d.size.width)), int(std::ceil(d.size.height)));
+  ComponentPainter::draw(d, {0, 0, d.size.width, d.size.height}, c.cr());
+  auto icon = c.at(95 + 57, 115);
+  EXPECT_EQ(icon[0], 255);  // the red of the image, where a symbol would be
+  EXPECT_EQ(icon[1], 0);
+  EXPECT_EQ(icon[3], 255);
+  auto card = c.at(60, 115);
+  EXPECT_EQ(card[0], 255);  // the white card around it
+  EXPECT_EQ(card[1], 255);
 }
 
 TEST(ComponentPainter, MirroredLaurelIsTheMirrorImage) {

@@ -92,13 +92,16 @@ std::optional<SlideLayoutEngine::ResolvedDevice> SlideLayoutEngine::resolveDevic
   std::optional<std::string> path = slot.screenshot.resolve(target, locale);
   if (!path || path->empty()) {
     sink.warning("capture.none",
-                 "This phone has no screenshot yet. Drop an image on it, or choose one in the inspector.");
+                 "This phone has no screenshot yet. Take one with capture_screenshot (or vorno capture), which saves "
+                 "captures/" + locale + "/<name>.png, and use that path as the device's screenshot; or add an image "
+                 "with asset_add and use its path.");
   } else {
     std::string file = packagePath(root, *path);
     if (fileExists(fileOf(file)) && !isRegularFile(fileOf(file))) {
       sink.error("capture.missing", "Screenshot " + *path +
-                                        " isn't a file that can be read. Drop an image on the phone, or choose one in "
-                                        "the inspector.");
+                                        " isn't a file that can be read. Take it again with capture_screenshot (or "
+                                        "vorno capture), which saves captures/" + locale + "/<name>.png, or add "
+                                        "an image with asset_add and use its path.");
     } else if (fileExists(fileOf(file))) {
       resolved.captureURL = file;
     } else {
@@ -112,7 +115,9 @@ std::optional<SlideLayoutEngine::ResolvedDevice> SlideLayoutEngine::resolveDevic
         resolved.captureURL = other->second;
       } else {
         sink.error("capture.missing", "Screenshot " + *path +
-                                          " is missing. Drop an image on the phone, or choose one in the inspector.");
+                                          " is missing. Take it with capture_screenshot (or vorno capture), which "
+                                          "saves captures/" + locale + "/<name>.png, or add an image with asset_add "
+                                          "and use its path.");
       }
     }
   }

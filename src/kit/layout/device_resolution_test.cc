@@ -5,6 +5,7 @@
 #include <gtest/gtest.h>
 
 #include <algorithm>
+#include <filesystem>
 
 namespace vorno {
 namespace {
@@ -63,7 +64,8 @@ TEST(DeviceResolution, ReferenceWithoutLocaleHasNoFallbackAndIsMissing) {
   const Issue* missing = issue(c, "capture.missing");
   ASSERT_NE(missing, nullptr);
   EXPECT_EQ(missing->message,
-            "Screenshot captures/de-DE/home.png is missing. Drop an image on the phone, or choose one in the inspector.");
+            "Screenshot captures/de-DE/home.png is missing. Take it with capture_screenshot (or vorno capture), which "
+            "saves captures/de-DE/<name>.png, or add an image with asset_add and use its path.");
   EXPECT_EQ(missing->severity, Issue::Severity::error);
   EXPECT_EQ(issue(c, "capture.locale"), nullptr);
   // The device is still drawn, as the default frame without a capture.
@@ -233,6 +235,28 @@ TEST(DeviceResolution, NoCaptureWarnsAndUsesTheDefaultFrame) {
   ComposedSlide c = layOut(package, withDevice(showing("")), StoreTarget::iphone69());
   ASSERT_NE(issue(c, "capture.none"), nullptr);
   EXPECT_EQ(c.frameID, "iphone-17-pro-max");
+}
+
+TEST(DeviceResolution, NoCaptureSentenceNamesTheCaptureToolAndWhereItSaves) {
+  TestPackage package;
+  ComposedSlide c = layOut(package, withDevice(showing("")), StoreTarget::iphone69(), "de-DE");
+  ASSERT_NE(issue(c, "capture.none"), nullptr);
+  EXPECT_EQ(issue(c, "capture.none")->message,
+            "This phone has no screenshot yet. Take one with capture_screenshot (or vorno capture), which saves "
+            "captures/de-DE/<name>.png, and use that path as the device's screenshot; or add an image with asset_add "
+            "and use its path.");
+}
+
+TEST(DeviceResolution, UnreadableCaptureSentenceNamesTheCaptureTool) {
+  TestPackage package;
+  std::filesystem::create_directories(std::filesystem::path(package.root()) / "captures/en-US/home.png");
+  ComposedSlide c = layOut(package, withDevice(showing("captures/en-US/home.png")), StoreTarget::iphone69());
+  const Issue* missing = issue(c, "capture.missing");
+  ASSERT_NE(missing, nullptr);
+  EXPECT_EQ(missing->message,
+            "Screenshot captures/en-US/home.png isn't a file that can be read. Take it again with capture_screenshot "
+            "(or vorno capture), which saves captures/en-US/<name>.png, or add an image with asset_add and use its "
+            "path.");
 }
 
 TEST(DeviceResolution, UnknownFinishIsReportedWithTheFramesOptions) {

@@ -324,7 +324,7 @@ TEST(SlideLayoutFonts, FamilyInstalledNowhereIsReportedMissingOnce) {
     ++missing;
     EXPECT_EQ(i.severity, Issue::Severity::warning);
     EXPECT_EQ(i.message,
-              "Font Nowhere Sans Display isn't in the project's fonts/ or installed on this Mac, so the system font is "
+              "Font Nowhere Sans Display isn't in the project's fonts/ or installed on this machine, so the system font is "
               "used. Add the .ttf or .otf with asset_add, or pick another family.");
   }
   EXPECT_EQ(missing, 1);

@@ -145,8 +145,10 @@ class ProjectCreateTool final : public Tool {
       if (relative) line += " (the relative path resolved against " + context.workingDirectory.string() + ")";
       lines.push_back(line + "; if that's not the app's repo, delete it and create it there with an absolute path.");
     }
-    lines.push_back("Open it in Vorno so the user can watch every change: open -a Vorno \"" + root +
-                    "\". Then add slides with slide_upsert.");
+    // A person follows along from a terminal: the slides side by side, and the log of every call.
+    lines.push_back("A person can watch every change: vorno overview -p \"" + root +
+                    "\" draws the slides side by side, and .activity.jsonl in the package logs every tool call. "
+                    "Then add slides with slide_upsert.");
     return {Content::plain(joined(lines, "\n")), Content::json(issuesJSON(issues))};
   }
 };

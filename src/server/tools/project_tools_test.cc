@@ -138,6 +138,23 @@ TEST(ProjectCreateTool, PathWithoutVornoExtensionFailsBeforeAnythingIsWritten) {
   EXPECT_EQ(result.text(), "project must be a .vorno package path inside the app's repo, e.g. <repo>/store/Tide.vorno.");
 }
 
+// How a person follows the agent's work on this platform: the overview command and the log.
+std::string watchSentence(const std::string& root) {
+  return "A person can watch every change: vorno overview -p \"" + root +
+         "\" draws the slides side by side, and .activity.jsonl in the package logs every tool call. Then add slides "
+         "with slide_upsert.";
+}
+
+TEST(ProjectCreateTool, SentenceSaysHowAPersonWatchesFromThisMachine) {
+  ToolHarness harness;
+  const std::string root = (harness.folder() / "Watch.vorno").string();
+  ToolResult result = harness.call("project_create", args({{"project", root}, {"app_name", "Tide"}}));
+  ASSERT_FALSE(result.isError) << result.text();
+  EXPECT_NE(result.text().find("vorno overview -p \"" + root + "\""), std::string::npos) << result.text();
+  EXPECT_NE(result.text().find(".activity.jsonl"), std::string::npos);
+  EXPECT_EQ(result.text().find("open -a"), std::string::npos);
+}
+
 TEST(ProjectCreateTool, PackageOutsideAnyRepositoryGetsTheGitSentenceAndOneInsideDoesNot) {
   ToolHarness harness;
   const std::string outside = (harness.folder() / "Out.vorno").string();
@@ -146,16 +163,14 @@ TEST(ProjectCreateTool, PackageOutsideAnyRepositoryGetsTheGitSentenceAndOneInsid
   EXPECT_EQ(lone.text(),
             "Created " + outside +
                 ".\nIt isn't inside a git repository; if that's not the app's repo, delete it and create it there with "
-                "an absolute path.\nOpen it in Vorno so the user can watch every change: open -a Vorno \"" +
-                outside + "\". Then add slides with slide_upsert.");
+                "an absolute path.\n" + watchSentence(outside));
 
   // A repository two folders up counts; so does a .git file (a worktree's).
   write(harness.folder() / "repo" / ".git", "gitdir: /elsewhere\n");
   const std::string inside = (harness.folder() / "repo" / "store" / "In.vorno").string();
   ToolResult held = harness.call("project_create", args({{"project", inside}, {"app_name", "Tide"}}));
   ASSERT_FALSE(held.isError) << held.text();
-  EXPECT_EQ(held.text(), "Created " + inside + ".\nOpen it in Vorno so the user can watch every change: open -a Vorno \"" +
-                             inside + "\". Then add slides with slide_upsert.");
+  EXPECT_EQ(held.text(), "Created " + inside + ".\n" + watchSentence(inside));
 }
 
 TEST(ProjectCreateTool, WorkingDirectoryIsNamedOnlyForARelativePath) {

@@ -1,0 +1,260 @@
+// A ramp over a slide's height moves by about one 8-bit level every dozen pixels, and rounding
+// each pixel to its nearest level turns it into stripes. Adding a threshold from an 8×8 Bayer
+// matrix before truncating spreads each step over the pixels around it: the mean of every 8×8
+// tile is the exact ramp, and no band of one value is wider than a few pixels.
+// A row of one value is left only where the ramp sits within 1/64 of a level of a whole one: a
+// fifth of a pixel on a steep slide ramp, a few pixels on the calmest. The Bayer matrix spreads
+// neighbouring thresholds far apart, so the texture is too fine to see; it costs one table read.
+//
+// Speed matters: a slide background is four million pixels. Colours come from a table of 4096
+// steps along the ramp, in fixed point with 8 bits below the level, so a pixel is a position
+// along the ramp, one table read and four adds; a ramp that doesn't change along a row (the
+// common vertical background) is worked out once per row and repeated.
+#include "kit/image/dithered_ramp.h"
+
+#include "kit/image/cairo_util.h"
+
+#include <cairo.h>
+
+#include <algorithm>
+#include <array>
+#include <cmath>
+#include <cstdint>
+
+namespace vorno::DitheredRamp {
+namespace {
+
+// The classic 8×8 ordered-dither thresholds, 0..63.
+constexpr uint8_t bayer[8][8] = {
+    {0, 32, 8, 40, 2, 34, 10, 42},   {48, 16, 56, 24, 50, 18, 58, 26}, {12, 44, 4, 36, 14, 46, 6, 38},
+    {60, 28, 52, 20, 62, 30, 54, 22}, {3, 35, 11, 43, 1, 33, 9, 41},   {51, 19, 59, 27, 49, 17, 57, 25},
+    {15, 47, 7, 39, 13, 45, 5, 37},   {63, 31, 55, 23, 61, 29, 53, 21}};
+
+// The threshold in 1/256 of a level: (b + ½) / 64 of a level, so the tile's mean is unbiased.
+constexpr uint32_t threshold(int x, int y) { return uint32_t(bayer[y & 7][x & 7]) * 4 + 2; }
+
+constexpr int steps = 4096;
+
+// Premultiplied channels in 1/256 of a level (0...65280), one 16-bit lane each, from the lowest:
+// blue, green, red, alpha, the order of an ARGB32 word's bytes. A threshold (under 256) added to
+// every lane never carries into the next.
+using Entry = uint64_t;
+
+Entry lanes(uint64_t b, uint64_t g, uint64_t r, uint64_t a) { return b | g << 16 | r << 32 | a << 48; }
+
+// The stops are interpolated as cairo does: straight colour and alpha, then premultiplied.
+std::vector<Entry> table(const std::vector<RGBColor>& colors) {
+  std::vector<Entry> entries(steps);
+  const double segments = double(colors.size() - 1);
+  auto fixed = [](double v) { return uint64_t(std::lround(std::clamp(v, 0.0, 1.0) * 255.0 * 256.0)); };
+  for (int i = 0; i < steps; ++i) {
+    const double t = double(i) / (steps - 1) * segments;
+    const size_t k = std::min(colors.size() - 2, size_t(t));
+    const double f = t - double(k);
+    const RGBColor& a = colors[k];
+    const RGBColor& b = colors[k + 1];
+    const double alpha = a.a + (b.a - a.a) * f;
+    entries[i] = lanes(fixed((a.b + (b.b - a.b) * f) * alpha), fixed((a.g + (b.g - a.g) * f) * alpha),
+                       fixed((a.r + (b.r - a.r) * f) * alpha), fixed(alpha));
+  }
+  return entries;
+}
+
+// Adds the threshold to all four lanes, keeps each lane's level and packs the four bytes.
+uint32_t dithered(Entry e, uint32_t th) {
+  uint64_t s = ((e + th * 0x0001000100010001ULL) >> 8) & 0x00FF00FF00FF00FFULL;
+  s = (s | (s >> 8)) & 0x0000FFFF0000FFFFULL;
+  return uint32_t(s | (s >> 16));
+}
+
+// The device pixels of the fill that can show: the path, the clip and `rect`, in device space.
+struct Box {
+  int x = 0, y = 0, width = 0, height = 0;
+};
+
+bool visibleBox(cairo_t* cr, const Rect& rect, Box& box) {
+  double x0, y0, x1, y1, cx0, cy0, cx1, cy1;
+  cairo_fill_extents(cr, &x0, &y0, &x1, &y1);
+  cairo_clip_extents(cr, &cx0, &cy0, &cx1, &cy1);
+  const double left = std::max({x0, cx0, rect.minX()}), right = std::min({x1, cx1, rect.maxX()});
+  const double top = std::max({y0, cy0, rect.minY()}), bottom = std::min({y1, cy1, rect.maxY()});
+  if (!(right > left) || !(bottom > top)) return false;
+  double xs[4] = {left, right, right, left}, ys[4] = {top, top, bottom, bottom};
+  double dx0 = INFINITY, dy0 = INFINITY, dx1 = -INFINITY, dy1 = -INFINITY;
+  for (int i = 0; i < 4; ++i) {
+    cairo_user_to_device(cr, &xs[i], &ys[i]);
+    dx0 = std::min(dx0, xs[i]), dx1 = std::max(dx1, xs[i]);
+    dy0 = std::min(dy0, ys[i]), dy1 = std::max(dy1, ys[i]);
+  }
+  dx0 = std::floor(dx0), dy0 = std::floor(dy0), dx1 = std::ceil(dx1), dy1 = std::ceil(dy1);
+  // Beyond this a bitmap of its own is more than any canvas of ours; cairo paints it instead.
+  constexpr double largest = 16384;
+  if (!(dx1 - dx0 >= 1) || !(dy1 - dy0 >= 1) || dx1 - dx0 > largest || dy1 - dy0 > largest) return false;
+  if (std::fabs(dx0) > 1e6 || std::fabs(dy0) > 1e6) return false;
+  box = {int(dx0), int(dy0), int(dx1 - dx0), int(dy1 - dy0)};
+  return true;
+}
+
+// Where a device pixel lies along the ramp, as a fractional index into the table. A linear ramp
+// is affine in device space: position = at + x·dx + y·dy. A radial one is a distance from the
+// centre, with the user-space point affine in device space.
+struct Walker {
+  RampGeometry::Shape shape;
+  double at = 0, dx = 0, dy = 0;                         // linear
+  double ux = 0, uy = 0, uxx = 0, uyx = 0, uxy = 0, uyy = 0, scale = 0;  // radial
+
+  double position(double x, double y) const {
+    if (shape == RampGeometry::Shape::linear) return at + x * dx + y * dy;
+    const double px = ux + x * uxx + y * uxy, py = uy + x * uyx + y * uyy;
+    return std::sqrt(px * px + py * py) * scale;
+  }
+  bool constantAlongRows(int width) const {
+    return shape == RampGeometry::Shape::linear && std::fabs(dx) * width < 0.25;
+  }
+};
+
+bool makeWalker(cairo_t* cr, const RampGeometry& g, Walker& w) {
+  cairo_matrix_t toUser;
+  cairo_get_matrix(cr, &toUser);
+  if (cairo_matrix_invert(&toUser) != CAIRO_STATUS_SUCCESS) return false;
+  constexpr double last = steps - 1;
+  w.shape = g.shape;
+  if (g.shape == RampGeometry::Shape::linear) {
+    const double vx = g.to.x - g.from.x, vy = g.to.y - g.from.y, length2 = vx * vx + vy * vy;
+    if (!(length2 > 0)) return false;
+    // t = ((u - from) · v) / |v|², with u = toUser · device.
+    const double kx = vx / length2 * last, ky = vy / length2 * last;
+    w.dx = toUser.xx * kx + toUser.yx * ky;
+    w.dy = toUser.xy * kx + toUser.yy * ky;
+    w.at = (toUser.x0 - g.from.x) * kx + (toUser.y0 - g.from.y) * ky;
+    return true;
+  }
+  if (!(g.radius > 0)) return false;
+  w.uxx = toUser.xx, w.uyx = toUser.yx, w.uxy = toUser.xy, w.uyy = toUser.yy;
+  w.ux = toUser.x0 - g.from.x, w.uy = toUser.y0 - g.from.y;
+  w.scale = last / g.radius;
+  return true;
+}
+
+int index(double position) { return int(std::clamp(position, 0.0, double(steps - 1)) + 0.5); }
+
+// One row of a ramp that changes along it. A linear ramp steps through the table in fixed point
+// (16 bits below a step); a radial one takes a square root per pixel.
+void fillRow(uint32_t* out, const Box& box, int y, const Walker& walker, const std::vector<Entry>& entries) {
+  const double cy = y + 0.5;
+  if (walker.shape == RampGeometry::Shape::linear) {
+    constexpr double one = 65536;
+    const double start = std::clamp(walker.position(box.x + 0.5, cy), -1e9, 1e9);
+    int64_t at = int64_t(std::llround((start + 0.5) * one));
+    const int64_t step = int64_t(std::llround(std::clamp(walker.dx, -1e6, 1e6) * one));
+    for (int col = 0; col < box.width; ++col, at += step) {
+      const int64_t i = std::clamp<int64_t>(at >> 16, 0, steps - 1);
+      out[col] = dithered(entries[size_t(i)], threshold(box.x + col, y));
+    }
+    return;
+  }
+  for (int col = 0; col < box.width; ++col) {
+    const int x = box.x + col;
+    out[col] = dithered(entries[index(walker.position(x + 0.5, cy))], threshold(x, y));
+  }
+}
+
+// Rows of `box` into `data`, whose first pixel is the box's top left.
+void fillRows(uint8_t* data, int stride, const Box& box, const Walker& walker, const std::vector<Entry>& entries) {
+  for (int row = 0; row < box.height; ++row) {
+    auto* out = reinterpret_cast<uint32_t*>(data + size_t(row) * size_t(stride));
+    const int y = box.y + row;
+    if (!walker.constantAlongRows(box.width)) {
+      fillRow(out, box, y, walker, entries);
+      continue;
+    }
+    // The whole row is one colour: eight dithered pixels, repeated.
+    const Entry e = entries[index(walker.position(box.x + box.width * 0.5, y + 0.5))];
+    uint32_t pattern[8];
+    for (int k = 0; k < 8; ++k) pattern[(box.x + k) & 7] = dithered(e, threshold(box.x + k, y));
+    for (int col = 0; col < box.width; ++col) out[col] = pattern[(box.x + col) & 7];
+  }
+}
+
+// An opaque ramp over a pixel-aligned rectangle of a plain image surface, drawn with no scale,
+// no group and a clip that is one aligned rectangle, can be written straight into the surface's
+// pixels: that is how a slide's background is painted, and it saves a bitmap as large as the
+// slide and a pass to copy it. `box` is narrowed to the rectangle and the clip.
+bool directPixels(cairo_t* cr, const Rect& rect, Box& box, uint8_t*& data, int& stride) {
+  const cairo_operator_t op = cairo_get_operator(cr);
+  if (op != CAIRO_OPERATOR_OVER && op != CAIRO_OPERATOR_SOURCE) return false;
+  cairo_surface_t* target = cairo_get_target(cr);
+  if (cairo_get_group_target(cr) != target || cairo_surface_get_type(target) != CAIRO_SURFACE_TYPE_IMAGE) return false;
+  const cairo_format_t format = cairo_image_surface_get_format(target);
+  if (format != CAIRO_FORMAT_ARGB32 && format != CAIRO_FORMAT_RGB24) return false;
+  double offsetX, offsetY;
+  cairo_surface_get_device_offset(target, &offsetX, &offsetY);
+  cairo_matrix_t m;
+  cairo_get_matrix(cr, &m);
+  auto whole = [](double v) { return v == std::floor(v) && std::fabs(v) < 1e6; };
+  if (offsetX != 0 || offsetY != 0 || m.xx != 1 || m.yy != 1 || m.xy != 0 || m.yx != 0 || !whole(m.x0) ||
+      !whole(m.y0))
+    return false;
+  if (!whole(rect.x) || !whole(rect.y) || !whole(rect.width) || !whole(rect.height)) return false;
+  cairo_rectangle_list_t* clips = cairo_copy_clip_rectangle_list(cr);
+  bool aligned = clips->status == CAIRO_STATUS_SUCCESS && clips->num_rectangles == 1;
+  Rect clip;
+  if (aligned) {
+    const cairo_rectangle_t& c = clips->rectangles[0];
+    clip = {c.x, c.y, c.width, c.height};
+    aligned = whole(c.x) && whole(c.y) && whole(c.width) && whole(c.height);
+  }
+  cairo_rectangle_list_destroy(clips);
+  if (!aligned) return false;
+  const int x0 = int(std::max({rect.minX(), clip.minX()}) + m.x0), x1 = int(std::min({rect.maxX(), clip.maxX()}) + m.x0);
+  const int y0 = int(std::max({rect.minY(), clip.minY()}) + m.y0), y1 = int(std::min({rect.maxY(), clip.maxY()}) + m.y0);
+  const int left = std::max(x0, 0), right = std::min(x1, cairo_image_surface_get_width(target));
+  const int top = std::max(y0, 0), bottom = std::min(y1, cairo_image_surface_get_height(target));
+  if (right <= left || bottom <= top) return false;
+  box = {left, top, right - left, bottom - top};
+  cairo_surface_flush(target);
+  stride = cairo_image_surface_get_stride(target);
+  data = cairo_image_surface_get_data(target) + size_t(top) * size_t(stride) + size_t(left) * 4;
+  return data != nullptr;
+}
+
+}  // namespace
+
+bool paint(cairo_t* cr, const RampGeometry& geometry, const std::vector<RGBColor>& colors, const Rect& rect) {
+  if (colors.size() < 2) return false;
+  Box box;
+  Walker walker;
+  if (!visibleBox(cr, rect, box) || !makeWalker(cr, geometry, walker)) return false;
+  const bool opaque = std::all_of(colors.begin(), colors.end(), [](const RGBColor& c) { return c.a >= 1; });
+  uint8_t* pixels = nullptr;
+  int pixelStride = 0;
+  if (opaque && directPixels(cr, rect, box, pixels, pixelStride)) {
+    fillRows(pixels, pixelStride, box, walker, table(colors));
+    cairo_surface_mark_dirty_rectangle(cairo_get_target(cr), box.x, box.y, box.width, box.height);
+    cairo_new_path(cr);
+    return true;
+  }
+  // An opaque bitmap lets pixman copy instead of blending.
+  CairoSurfacePtr bitmap(
+      cairo_image_surface_create(opaque ? CAIRO_FORMAT_RGB24 : CAIRO_FORMAT_ARGB32, box.width, box.height));
+  if (cairo_surface_status(bitmap.get()) != CAIRO_STATUS_SUCCESS) return false;
+  cairo_surface_flush(bitmap.get());
+  fillRows(cairo_image_surface_get_data(bitmap.get()), cairo_image_surface_get_stride(bitmap.get()), box, walker,
+           table(colors));
+  cairo_surface_mark_dirty(bitmap.get());
+
+  // Bitmap pixel (i, j) is device pixel (box.x + i, box.y + j): user -> device -> bitmap.
+  CairoPatternPtr pattern(cairo_pattern_create_for_surface(bitmap.get()));
+  cairo_matrix_t toBitmap, ctm;
+  cairo_get_matrix(cr, &ctm);
+  cairo_matrix_init_translate(&toBitmap, -box.x, -box.y);
+  cairo_matrix_multiply(&toBitmap, &ctm, &toBitmap);
+  cairo_pattern_set_matrix(pattern.get(), &toBitmap);
+  cairo_pattern_set_filter(pattern.get(), CAIRO_FILTER_NEAREST);
+  cairo_pattern_set_extend(pattern.get(), CAIRO_EXTEND_PAD);
+  cairo_set_source(cr, pattern.get());
+  cairo_fill(cr);
+  return true;
+}
+
+}  // namespace vorno::DitheredRamp
