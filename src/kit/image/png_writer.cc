@@ -13,6 +13,18 @@
 // `calmLevel`; otherwise it is busy and keeps level 1. The sample is about 4 % of the rows, and
 // its result depends only on the pixels, so the same picture always gives the same file.
 //
+// Measured against libpng at its defaults (zlib level 6, all five filters chosen per row) on
+// four 1320 x 2868 pictures (bench/png_bench.cc, CPU-time minimums of 3 runs, one core):
+//
+//   picture                          ours: bytes  ms       libpng: bytes  ms     size    time
+//   the example's interface slide       366,160  33.2           344,946  129    +6.1 %  0.26x
+//   a photo under interface blocks    3,042,080  64.7         2,734,080  754   +11.3 %  0.09x
+//   copy on a plain background           90,905  23.1            92,409  100    -1.6 %  0.23x
+//   a dithered gradient slide           717,117  41.0           649,643  214   +10.4 %  0.19x
+//
+// Level 6 would bring the calm pictures to libpng's sizes, but on a dithered gradient it costs
+// 70 % more time than level 2 for 10 % less size; level 2 keeps every picture within 12 %.
+//
 // The filtered rows and the deflate output, each about the picture's size, come from the
 // scratch pool: no fresh pages and no clearing per picture.
 #include "kit/image/png_writer.h"

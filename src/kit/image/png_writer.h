@@ -26,7 +26,7 @@ constexpr int automaticLevel = -1;
 /// A sample that shrinks below this share of its size marks a calm picture.
 constexpr double busyRatio = 0.12;
 /// The level of calm pictures.
-constexpr int calmLevel = 6;
+constexpr int calmLevel = 2;
 
 struct Options {
   int level = automaticLevel;  ///< libdeflate level, 0 (stored) ... 12, or automaticLevel
