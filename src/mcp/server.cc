@@ -5,6 +5,8 @@
 #include "mcp/protocol_version.h"
 #include "mcp/request_task.h"
 
+#include <algorithm>
+
 namespace vorno::mcp {
 namespace {
 
@@ -83,8 +85,10 @@ void Server::stop() {
   }
   {
     std::lock_guard lock(tasksMutex_);
+    stopping_ = true;
     for (auto& [id, task] : running_) task->cancel();
   }
+  slotFreed_.notify_all();
   if (transport_) transport_->disconnect();
   // A handler of a batch item runs on the loop thread; stopping from there lets the loop end by
   // itself instead of waiting for itself.
@@ -233,7 +237,13 @@ void Server::startRequest(Request request) {
     transport_->send(message.wire());
   });
   {
-    std::lock_guard lock(tasksMutex_);
+    // Backpressure: the next line stays in the pipe until a running request ends.
+    std::unique_lock lock(tasksMutex_);
+    const size_t cap = std::max<size_t>(options_.maxRequestsInFlight, 1);
+    if (inFlight_ >= cap && !stopping_)
+      logger_.info("Reading on when one of the " + std::to_string(cap) + " running requests ends");
+    slotFreed_.wait(lock, [&] { return inFlight_ < cap || stopping_; });
+    ++inFlight_;
     if (running_.count(request.id)) {
       logger_.warning("Request id " + request.id.text() + " is already running; a cancellation reaches the newer");
     }
@@ -243,9 +253,13 @@ void Server::startRequest(Request request) {
   try {
     task->thread = std::thread([this, task, request = std::move(request)] { runRequest(task, request); });
   } catch (...) {
-    std::lock_guard lock(tasksMutex_);
-    if (auto it = running_.find(task->id()); it != running_.end() && it->second == task) running_.erase(it);
-    tasks_.remove(task);
+    {
+      std::lock_guard lock(tasksMutex_);
+      if (auto it = running_.find(task->id()); it != running_.end() && it->second == task) running_.erase(it);
+      tasks_.remove(task);
+      --inFlight_;
+    }
+    slotFreed_.notify_all();
     throw;  // answered as internalError under the request's id
   }
 }
@@ -272,7 +286,9 @@ void Server::runRequest(const std::shared_ptr<RequestTask>& task, const Request&
   {
     std::lock_guard lock(tasksMutex_);
     if (auto it = running_.find(request.id); it != running_.end() && it->second == task) running_.erase(it);
+    --inFlight_;
   }
+  slotFreed_.notify_all();
   task->done = true;
 }
 

@@ -80,6 +80,10 @@ struct ServerOptions {
   /// not initialized") until `initialize` succeeded. Off for vorno: clients that skip the
   /// handshake still get their tool calls answered.
   bool strict = false;
+  /// Requests whose handlers run at once. While this many run, the loop reads no further line,
+  /// so a client that sends faster than calls finish, or stops reading the answers, is held back
+  /// by the pipe: no thread and no memory per waiting request.
+  size_t maxRequestsInFlight = 8;
 };
 
 /// A handler receives the request's parameters (an empty object when there were none) and
@@ -168,6 +172,9 @@ class Server {
   mutable std::mutex tasksMutex_;
   std::map<ID, std::shared_ptr<RequestTask>> running_;  // by id, while the handler runs
   std::list<std::shared_ptr<RequestTask>> tasks_;       // every thread not yet joined
+  size_t inFlight_ = 0;                                 // handlers running, whatever their ids
+  bool stopping_ = false;                               // wakes a loop waiting for a free slot
+  std::condition_variable slotFreed_;
 
   std::thread loop_;
 };

@@ -110,8 +110,11 @@ TEST(MCPServerRobustness, TwentyMegabyteLineIsHandled) {
 }
 
 TEST(MCPServerRobustness, FiftyRequestsInFlightAtOnce) {
-  ServerHarness h;
   constexpr int kRequests = 50;
+  // Up to the cap on requests in flight, which is set to fifty here: beyond it, requests wait.
+  auto options = testing::testOptions();
+  options.maxRequestsInFlight = kRequests;
+  ServerHarness h(options);
   std::mutex mutex;
   std::condition_variable allIn;
   int inside = 0;

@@ -8,7 +8,12 @@
 #include <sys/wait.h>
 #include <unistd.h>
 
+#include <sys/ioctl.h>
+
+#include <condition_variable>
+#include <mutex>
 #include <regex>
+#include <set>
 
 #include "kit/util/vorno_error.h"
 #include "mcp/testing/server_harness.h"
@@ -290,6 +295,54 @@ TEST(MCPServer, HandlerReceivesParamsOrAnEmptyObject) {
   EXPECT_EQ(h.exchange(ServerHarness::request("1", "echo", R"({"a":[1,2.5]})")).find("result")->wire(),
             R"({"a":[1,2.5]})");
   EXPECT_EQ(h.exchange(ServerHarness::request("2", "echo")).find("result")->wire(), "{}");
+}
+
+// Requests beyond the cap wait unread: no thread is started for them, and the loop handles
+// nothing after them (here a ping) until a running request ends.
+TEST(MCPServer, RequestsBeyondTheCapWaitUntilARunningOneEnds) {
+  LogCapture log;
+  auto options = testing::testOptions();
+  options.maxRequestsInFlight = 2;
+  ServerHarness h(options);
+  std::mutex lock;
+  std::condition_variable changed;
+  int started = 0;
+  bool released = false;
+  h.server.withMethodHandler("hold", [&](const Value&, RequestContext&) {
+    std::unique_lock guard(lock);
+    ++started;
+    changed.notify_all();
+    changed.wait(guard, [&] { return released; });
+    return Value(Value::Object{});
+  });
+  h.start();
+  for (int id = 1; id <= 3; ++id) h.client.sendLine(ServerHarness::request(std::to_string(id), "hold"));
+  h.client.sendLine(ServerHarness::request("\"after\"", "ping"));
+
+  ASSERT_TRUE(log.waitFor("Reading on when one of the 2 running requests ends"));
+  {
+    std::lock_guard guard(lock);
+    EXPECT_EQ(started, 2);
+  }
+  EXPECT_EQ(h.server.runningRequestCount(), 2u);
+  int written = -1;
+  ASSERT_EQ(::ioctl(h.client.clientInput(), FIONREAD, &written), 0);
+  EXPECT_EQ(written, 0);  // the ping behind the third request is not answered yet
+
+  {
+    std::lock_guard guard(lock);
+    released = true;
+  }
+  changed.notify_all();
+  std::set<std::string> answered;
+  for (int i = 0; i < 4; ++i) {
+    Value answer = h.client.readMessage();
+    ASSERT_NE(answer.find("id"), nullptr);
+    answered.insert(answer.find("id")->wire());
+  }
+  EXPECT_EQ(answered, (std::set<std::string>{"1", "2", "3", "\"after\""}));
+  std::lock_guard guard(lock);
+  EXPECT_EQ(started, 3);
 }
 
 TEST(MCPServer, ServerStartedIsLoggedWithNameAndVersion) {
