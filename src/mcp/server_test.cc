@@ -321,7 +321,9 @@ TEST(MCPServer, RequestsBeyondTheCapWaitUntilARunningOneEnds) {
 
   ASSERT_TRUE(log.waitFor("Reading on when one of the 2 running requests ends"));
   {
-    std::lock_guard guard(lock);
+    // The loop is held; the two threads it started reach their handlers in their own time.
+    std::unique_lock guard(lock);
+    ASSERT_TRUE(changed.wait_for(guard, hangGuard, [&] { return started >= 2; }));
     EXPECT_EQ(started, 2);
   }
   EXPECT_EQ(h.server.runningRequestCount(), 2u);
