@@ -327,7 +327,6 @@ ExportSummary Exporter::exportLook(const Project& project, const FileProjectStor
   for (const auto* list : {&slots, &canvases})
     for (const auto& target : *list)
       for (const auto& locale : runLocales) scopes.insert({layout, target.id, locale});
-  removeStaleTemporaries(folder / ExportManifest::fileName);
   for (const auto& removed : ExportManifest::replace(folder, entries, scopes))
     summary.removed.push_back((folder / removed).string());
   summary.issues = dedupe(issues);

@@ -48,19 +48,10 @@ void apply(Type type, const uint8_t* row, const uint8_t* above, size_t rowBytes,
   }
 }
 
-uint64_t magnitude(const uint8_t* filtered, size_t rowBytes) {
-  uint64_t sum = 0;
-  for (size_t i = 0; i < rowBytes; ++i) {
-    const unsigned b = filtered[i];
-    sum += b < 128 ? b : 256 - b;
-  }
-  return sum;
-}
-
 namespace {
 
 // The magnitude the filter would give bytes [from, to) of the row, without writing them; `from`
-// is at least `channels`, so every byte has a left neighbour.
+// is at least `channels`, so every byte has a left neighbour (`none` reads the row alone).
 uint64_t magnitudeOf(Type type, const uint8_t* row, const uint8_t* above, size_t from, size_t to, int channels) {
   // In bytes: a filtered byte d is |d| as signed when read as min(d, 256 - d), which the
   // compiler turns into byte-wide vector minimums.
@@ -103,6 +94,10 @@ uint64_t estimate(Type type, const uint8_t* row, const uint8_t* above, size_t ro
 }
 
 }  // namespace
+
+uint64_t magnitude(const uint8_t* filtered, size_t rowBytes) {
+  return magnitudeOf(none, filtered, nullptr, 0, rowBytes, 0);
+}
 
 Type applyBest(const uint8_t* row, const uint8_t* above, size_t rowBytes, int channels, uint8_t* out) {
   // A row equal to the one above (flat backgrounds, margins) filters to zeros with Up, which
