@@ -130,13 +130,29 @@ TEST_F(StdioServer, LineThatIsNotJSONGetsNoAnswerAndTheNextLineIsReadNormally) {
   EXPECT_EQ(server.waitForExit(), 0);
 }
 
-TEST_F(StdioServer, TwentyMegabyteLineIsReadWholeAndAnswered) {
+// The most memory the process has held so far (VmHWM), in bytes.
+long peakResidentBytes(pid_t pid) {
+  std::ifstream status("/proc/" + std::to_string(pid) + "/status");
+  for (std::string line; std::getline(status, line);) {
+    if (line.rfind("VmHWM:", 0) == 0) return std::atol(line.c_str() + 6) * 1024;
+  }
+  return -1;
+}
+
+TEST_F(StdioServer, TwentyMegabyteLineOfSmallIntegersIsRefusedWithinBoundedMemory) {
   MCPProcess server(folder_.path().string());
-  std::string pad(20 * 1024 * 1024, 'x');
-  server.sendLine(R"({"jsonrpc":"2.0","id":1,"method":"ping","params":{"pad":")" + pad + "\"}}");
-  EXPECT_EQ(server.answerTo(1).find("result")->wire(), "{}");
-  // And a tool given a 20 MB argument answers with words.
-  server.sendLine(toolCall(2, "project_get", R"({"project":")" + pad + ".vorno\"}"));
+  // Ten million small integers: decoded whole, they took 1.6 GB.
+  std::string integers;
+  integers.reserve(20 * 1000 * 1000);
+  while (integers.size() < 20 * 1000 * 1000) integers += "1,";
+  integers += "1";
+  server.sendLine(toolCall(1, "project_get", R"({"numbers":[)" + integers + "]}"));
+  mcp::Value refusal = server.answerTo(1);
+  ASSERT_NE(refusal.find("error"), nullptr) << refusal.wire().substr(0, 300);
+  EXPECT_EQ(refusal.find("error")->find("code")->intValue(), -32600);
+  EXPECT_LT(peakResidentBytes(server.pid()), 200L << 20);
+  // A tool given an argument of 3 MB, under the limit, answers with words.
+  server.sendLine(toolCall(2, "project_get", R"({"project":")" + std::string(3 << 20, 'x') + ".vorno\"}"));
   mcp::Value answer = server.answerTo(2);
   EXPECT_TRUE(isError(answer)) << answer.wire().substr(0, 300);
   server.closeInput();

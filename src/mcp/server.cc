@@ -2,6 +2,7 @@
 
 #include "kit/util/atomic_write.h"
 #include "mcp/mcp_error.h"
+#include "mcp/message_head.h"
 #include "mcp/protocol_version.h"
 #include "mcp/request_task.h"
 
@@ -127,12 +128,16 @@ size_t Server::runningRequestCount() const {
 
 void Server::messageLoop() {
   try {
-    while (auto line = transport_->receive()) {
+    while (auto received = transport_->receive()) {
       {
         std::lock_guard lock(stateMutex_);
         if (stopped_) break;
       }
-      processMessage(*line);
+      if (received->isWhole()) {
+        processMessage(received->text);
+      } else {
+        refuseOverlongMessage(*received);
+      }
       reapFinishedRequests();
     }
   } catch (const std::exception& error) {
@@ -188,6 +193,17 @@ void Server::processMessage(const std::string& line) {
       sendErrorResponse(*id, protocolFailure ? *protocolFailure : MCPError::internalError(failure.what()));
     }
   }
+}
+
+// The line was never gathered, only its first bytes: enough to answer under its id when the id
+// comes before the bulk, as clients write it.
+void Server::refuseOverlongMessage(const Received& message) {
+  MCPError failure = MCPError::invalidRequest(
+      "A message may be at most " + std::to_string(kMaxMessageBytes) + " bytes; this one has " +
+      std::to_string(message.length) +
+      ". vorno's tools take paths, not contents: write large content to a file and pass its path");
+  logger_.error(std::string("Error processing message: ") + failure.what());
+  if (auto id = idInMessageHead(message.text)) sendErrorResponse(*id, failure);
 }
 
 void Server::handleBatch(const Value& message) {

@@ -138,6 +138,7 @@ class Server {
 
   void messageLoop();
   void processMessage(const std::string& line);
+  void refuseOverlongMessage(const Received& message);
   void handleBatch(const Value& message);
   void startRequest(Request request);
   void runRequest(const std::shared_ptr<RequestTask>& task, const Request& request);

@@ -91,22 +91,63 @@ TEST(MCPServerRobustness, JSONThatIsNoMessageGetsNoResponse) {
   EXPECT_EQ(h.client.readMessage().find("id")->intValue(), 9);
 }
 
-TEST(MCPServerRobustness, TwentyMegabyteLineIsHandled) {
+TEST(MCPServerRobustness, LineOfTheLongestLengthAllowedIsHandled) {
   ServerHarness h;
   h.server.withMethodHandler("measure", [](const Value& params, RequestContext&) {
     const Value* text = params.find("text");
     return Value(Value::Object{{"length", Value(int64_t(text && text->stringValue() ? text->stringValue()->size() : 0))}});
   });
   h.start();
-  std::string big(20 * 1000 * 1000, 'q');
-  std::string line = ServerHarness::request("1", "measure", R"({"text":")" + big + "\"}");
+  const std::string empty = ServerHarness::request("1", "measure", R"({"text":""})");
+  const size_t textLength = kMaxMessageBytes - empty.size();
+  std::string line = ServerHarness::request("1", "measure", R"({"text":")" + std::string(textLength, 'q') + "\"}");
+  ASSERT_EQ(line.size(), kMaxMessageBytes);
   std::thread writer([&] { h.client.sendLine(line); });
   Value response = h.client.readMessage();
   writer.join();
   ASSERT_NE(response.find("result"), nullptr) << response.wire().substr(0, 200);
-  EXPECT_EQ(response.find("result")->find("length")->intValue(), 20 * 1000 * 1000);
+  EXPECT_EQ(response.find("result")->find("length")->intValue(), static_cast<int64_t>(textLength));
   // Read in one pass: each byte was searched for the end of its line once.
   EXPECT_EQ(h.client.transport()->searchedBytes(), line.size() + 1);
+}
+
+TEST(MCPServerRobustness, TwentyMegabyteLineIsRefusedUnderItsIDAndTheNextLineIsAnswered) {
+  ServerHarness h;
+  std::atomic<int> measured{0};
+  h.server.withMethodHandler("measure", [&](const Value&, RequestContext&) {
+    ++measured;
+    return Value(Value::Object{});
+  });
+  h.start();
+  std::string line = ServerHarness::request("\"big\"", "measure", R"({"text":")" + std::string(20 * 1000 * 1000, 'q') + "\"}");
+  std::thread writer([&] {
+    h.client.sendLine(line);
+    h.client.sendLine(ServerHarness::request("2", "ping"));
+  });
+  Value refusal = h.client.readMessage();
+  Value pong = h.client.readMessage();
+  writer.join();
+  EXPECT_EQ(refusal.find("id")->wire(), "\"big\"");
+  ASSERT_NE(refusal.find("error"), nullptr) << refusal.wire().substr(0, 200);
+  EXPECT_EQ(refusal.find("error")->find("code")->intValue(), -32600);
+  EXPECT_EQ(*refusal.find("error")->find("message")->stringValue(),
+            "Invalid Request: A message may be at most 4194304 bytes; this one has " + std::to_string(line.size()) +
+                ". vorno's tools take paths, not contents: write large content to a file and pass its path");
+  EXPECT_EQ(pong.find("id")->intValue(), 2);
+  EXPECT_EQ(measured, 0) << "the handler ran on a message that was never whole";
+}
+
+TEST(MCPServerRobustness, LongLineWhoseIDComesAfterTheBulkIsDroppedWithoutAnAnswer) {
+  ServerHarness h;
+  h.start();
+  std::string line = R"({"jsonrpc":"2.0","method":"ping","params":{"pad":")" + std::string(kMaxMessageBytes, 'p') + R"("},"id":5})";
+  std::thread writer([&] {
+    h.client.sendLine(line);
+    h.client.sendLine(ServerHarness::request("6", "ping"));
+  });
+  Value next = h.client.readMessage();
+  writer.join();
+  EXPECT_EQ(next.find("id")->intValue(), 6) << next.wire();
 }
 
 TEST(MCPServerRobustness, FiftyRequestsInFlightAtOnce) {

@@ -5,9 +5,12 @@
 #include <unistd.h>
 
 #include <cerrno>
+#include <chrono>
 #include <csignal>
 #include <cstdio>
+#include <string_view>
 #include <system_error>
+#include <utility>
 #include <vector>
 
 #include "mcp/mcp_error.h"
@@ -60,6 +63,7 @@ void StdioTransport::connect() {
   connected_ = true;
   finished_ = false;
   queue_.clear();
+  overlong_.reset();
   reader_ = std::jthread([this](std::stop_token stop) { readLoop(stop); });
 }
 
@@ -101,27 +105,11 @@ void StdioTransport::readLoop(std::stop_token stop) {
   char buffer[kReadSize];
   std::string pending;
   while (!stop.stop_requested() && isConnected()) {
+    if (!waitForRoom(stop)) break;
     ssize_t n = ::read(input_, buffer, sizeof buffer);
     if (n > 0) {
-      // Only the bytes just read can hold a new LF: a line of 20 MB is scanned once, not once
-      // per read.
-      size_t scanFrom = pending.size();
-      pending.append(buffer, static_cast<size_t>(n));
-      searched_ += pending.size() - scanFrom;
-      size_t start = 0;
-      std::vector<std::string> messages;
-      for (size_t lf = pending.find('\n', scanFrom); lf != std::string::npos; lf = pending.find('\n', start)) {
-        if (lf > start) messages.emplace_back(pending, start, lf - start);
-        start = lf + 1;
-      }
-      if (start > 0) pending.erase(0, start);
-      if (!messages.empty()) {
-        {
-          std::lock_guard lock(stateMutex_);
-          for (auto& message : messages) queue_.push_back(std::move(message));
-        }
-        received_.notify_all();
-      }
+      searched_ += static_cast<uint64_t>(n);
+      queue(cutLines(std::string_view(buffer, static_cast<size_t>(n)), pending));
     } else if (n == 0) {
       logger_.info("EOF received");
       break;
@@ -134,8 +122,68 @@ void StdioTransport::readLoop(std::stop_token stop) {
       break;
     }
   }
-  if (!pending.empty()) logger_.debug("Dropped " + std::to_string(pending.size()) + " bytes without a final LF");
+  uint64_t dropped = overlong_ ? overlong_->length : pending.size();
+  if (dropped > 0) logger_.debug("Dropped " + std::to_string(dropped) + " bytes without a final LF");
   finishStream();
+}
+
+// Only the bytes just read are searched for a LF, so a line of 20 MB is scanned once, not once per
+// read; and a line past the limit stops growing `pending` at the limit.
+std::vector<Received> StdioTransport::cutLines(std::string_view bytes, std::string& pending) {
+  std::vector<Received> lines;
+  while (!bytes.empty()) {
+    size_t lf = bytes.find('\n');
+    std::string_view piece = bytes.substr(0, lf);
+    if (overlong_) {
+      overlong_->length += piece.size();
+    } else {
+      pending.append(piece);
+      if (pending.size() > kMaxMessageBytes) {
+        overlong_ = Received{pending.substr(0, kKeptHeadBytes), pending.size()};
+        pending = std::string();
+      }
+    }
+    if (lf == std::string_view::npos) break;
+    if (overlong_) {
+      lines.push_back(std::move(*overlong_));
+      overlong_.reset();
+    } else if (!pending.empty()) {
+      lines.push_back(Received::whole(std::exchange(pending, std::string())));
+    }
+    bytes.remove_prefix(lf + 1);
+  }
+  return lines;
+}
+
+void StdioTransport::queue(std::vector<Received> messages) {
+  if (messages.empty()) return;
+  {
+    std::lock_guard lock(stateMutex_);
+    for (auto& message : messages) queue_.push_back(std::move(message));
+  }
+  received_.notify_all();
+}
+
+bool StdioTransport::waitForRoom(const std::stop_token& stop) {
+  std::unique_lock lock(stateMutex_);
+  if (queue_.size() < kQueuedMessagesLimit) return true;
+  waitingForRoom_ = true;
+  // Bounded waits, so that a stop request (which doesn't notify this variable) is seen soon.
+  while (queue_.size() >= kQueuedMessagesLimit && connected_ && !stop.stop_requested()) {
+    taken_.wait_for(lock, std::chrono::milliseconds(kPollMilliseconds));
+  }
+  waitingForRoom_ = false;
+  return connected_ && !stop.stop_requested();
+}
+
+bool StdioTransport::isWaitingForRoom() const {
+  std::lock_guard lock(stateMutex_);
+  return waitingForRoom_;
+}
+
+size_t StdioTransport::queuedMessageCount() const {
+  std::lock_guard lock(stateMutex_);
+  return queue_.size();
 }
 
 void StdioTransport::finishStream() {
@@ -146,12 +194,14 @@ void StdioTransport::finishStream() {
   received_.notify_all();
 }
 
-std::optional<std::string> StdioTransport::receive() {
+std::optional<Received> StdioTransport::receive() {
   std::unique_lock lock(stateMutex_);
   received_.wait(lock, [&] { return !queue_.empty() || finished_; });
   if (queue_.empty()) return std::nullopt;
-  std::string message = std::move(queue_.front());
+  Received message = std::move(queue_.front());
   queue_.pop_front();
+  lock.unlock();
+  taken_.notify_all();
   return message;
 }
 

@@ -19,13 +19,21 @@ namespace {
 using testing::PipeClient;
 using namespace std::chrono_literals;
 
+// The next message's text; a message cut short at the length limit fails the test.
+std::optional<std::string> receiveText(Transport& transport) {
+  std::optional<Received> message = transport.receive();
+  if (!message) return std::nullopt;
+  EXPECT_TRUE(message->isWhole()) << "a message of " << message->length << " bytes was cut short";
+  return message->text;
+}
+
 TEST(StdioTransport, TwoMessagesInOneReadAreBothReceived) {
   PipeClient client;
   auto transport = client.transport();
   transport->connect();
   client.write("{\"a\":1}\n{\"b\":2}\n");  // one write, read in one piece
-  EXPECT_EQ(transport->receive(), "{\"a\":1}");
-  EXPECT_EQ(transport->receive(), "{\"b\":2}");
+  EXPECT_EQ(receiveText(*transport), "{\"a\":1}");
+  EXPECT_EQ(receiveText(*transport), "{\"b\":2}");
 }
 
 TEST(StdioTransport, MessageSplitAcrossReadsIsReceivedOnceWhole) {
@@ -36,8 +44,8 @@ TEST(StdioTransport, MessageSplitAcrossReadsIsReceivedOnceWhole) {
   ASSERT_TRUE(client.waitUntilServerHasRead());  // the first half is in the reader's hands
   client.write("ng\"}\n");
   client.closeInput();
-  EXPECT_EQ(transport->receive(), "{\"method\":\"ping\"}");
-  EXPECT_EQ(transport->receive(), std::nullopt);
+  EXPECT_EQ(receiveText(*transport), "{\"method\":\"ping\"}");
+  EXPECT_EQ(receiveText(*transport), std::nullopt);
 }
 
 TEST(StdioTransport, EmptyLinesAreSkippedAndCRIsKept) {
@@ -46,8 +54,8 @@ TEST(StdioTransport, EmptyLinesAreSkippedAndCRIsKept) {
   transport->connect();
   client.write("\n\n{}\r\n\n");
   client.closeInput();
-  EXPECT_EQ(transport->receive(), "{}\r");
-  EXPECT_EQ(transport->receive(), std::nullopt);
+  EXPECT_EQ(receiveText(*transport), "{}\r");
+  EXPECT_EQ(receiveText(*transport), std::nullopt);
 }
 
 TEST(StdioTransport, BytesWithoutFinalLFAreDroppedAtEndOfInput) {
@@ -57,29 +65,81 @@ TEST(StdioTransport, BytesWithoutFinalLFAreDroppedAtEndOfInput) {
   transport->connect();
   client.write("{\"a\":1}\n{\"unfinished\":");
   client.closeInput();
-  EXPECT_EQ(transport->receive(), "{\"a\":1}");
-  EXPECT_EQ(transport->receive(), std::nullopt);
+  EXPECT_EQ(receiveText(*transport), "{\"a\":1}");
+  EXPECT_EQ(receiveText(*transport), std::nullopt);
   EXPECT_TRUE(log.contains("mcp.transport.stdio: EOF received"));
 }
 
-TEST(StdioTransport, TwentyMegabyteLineIsOneMessage) {
+TEST(StdioTransport, LineOfTheLongestLengthAllowedIsOneMessage) {
   PipeClient client;
   auto transport = client.transport();
   transport->connect();
-  std::string big(20 * 1024 * 1024, 'x');
+  std::string big(kMaxMessageBytes - 2, 'x');
   std::thread writer([&] {
     client.write("\"" + big + "\"\n{}\n");
     client.closeInput();
   });
-  auto first = transport->receive();
+  auto first = receiveText(*transport);
   writer.join();
   ASSERT_TRUE(first);
-  EXPECT_EQ(first->size(), big.size() + 2);
-  EXPECT_EQ(transport->receive(), "{}");
-  EXPECT_EQ(transport->receive(), std::nullopt);
+  EXPECT_EQ(first->size(), kMaxMessageBytes);
+  EXPECT_EQ(receiveText(*transport), "{}");
+  EXPECT_EQ(receiveText(*transport), std::nullopt);
   // Each byte is searched for a LF once: rescanning the pending buffer on every read of 4 KB
-  // would search about 5000 times as many (minutes of work for this line).
+  // would search about a thousand times as many.
   EXPECT_EQ(transport->searchedBytes(), big.size() + 6);
+}
+
+TEST(StdioTransport, LineOverTheLimitComesCutShortWithItsLengthAndTheNextLineIsWhole) {
+  PipeClient client;
+  auto transport = client.transport();
+  transport->connect();
+  const std::string head = R"({"jsonrpc":"2.0","id":7,"method":"tools/call","params":{"text":")";
+  const size_t length = 20 * 1000 * 1000;
+  std::thread writer([&] {
+    client.write(head + std::string(length - head.size(), 'q') + "\n{}\n");
+    client.closeInput();
+  });
+  std::optional<Received> cut = transport->receive();
+  writer.join();
+  ASSERT_TRUE(cut);
+  EXPECT_FALSE(cut->isWhole());
+  EXPECT_EQ(cut->length, length);
+  EXPECT_EQ(cut->text.size(), StdioTransport::kKeptHeadBytes);
+  EXPECT_EQ(cut->text.substr(0, head.size()), head);
+  EXPECT_EQ(receiveText(*transport), "{}");
+  EXPECT_EQ(receiveText(*transport), std::nullopt);
+}
+
+TEST(StdioTransport, ReaderStopsReadingWhileTheQueueIsFull) {
+  PipeClient client;
+  auto transport = client.transport();
+  transport->connect();
+  // Lines of 1000 bytes: one read of 4096 bytes holds at most five of them.
+  constexpr int kLines = 60;
+  const std::string line = "\"" + std::string(997, 'm') + "\"\n";
+  // Joined however the test ends; the lines fit in the pipe, so it never waits for the reader.
+  std::jthread writer([&] {
+    for (int i = 0; i < kLines; ++i) client.write(line);
+  });
+  auto deadline = std::chrono::steady_clock::now() + ::vorno::testing::hangGuard;
+  while (!transport->isWaitingForRoom() && std::chrono::steady_clock::now() < deadline) {
+    std::this_thread::sleep_for(1ms);
+  }
+  ASSERT_TRUE(transport->isWaitingForRoom()) << "the reader never waited: it read "
+                                             << transport->searchedBytes() << " bytes";
+  EXPECT_GE(transport->queuedMessageCount(), StdioTransport::kQueuedMessagesLimit);
+  EXPECT_LE(transport->queuedMessageCount(), StdioTransport::kQueuedMessagesLimit + 5);
+  EXPECT_LT(transport->searchedBytes(), kLines * line.size());
+  // Taking the messages lets it read on: all of them arrive, in order and whole.
+  for (int i = 0; i < kLines; ++i) {
+    auto message = receiveText(*transport);
+    ASSERT_TRUE(message) << "message " << i;
+    EXPECT_EQ(*message + "\n", line);
+  }
+  writer.join();
+  client.closeInput();
+  EXPECT_EQ(receiveText(*transport), std::nullopt);
 }
 
 TEST(StdioTransport, SendEndsEachMessageWithLF) {
@@ -126,7 +186,7 @@ TEST(StdioTransport, SendAfterDisconnectIsConnectionClosed) {
   } catch (const MCPError& error) {
     EXPECT_EQ(error.kind(), MCPError::Kind::connectionClosed);
   }
-  EXPECT_EQ(transport->receive(), std::nullopt);
+  EXPECT_EQ(receiveText(*transport), std::nullopt);
 }
 
 TEST(StdioTransport, ClosedReaderIsTransportError) {
@@ -182,7 +242,7 @@ TEST(StdioTransport, DisconnectEndsAWaitingReceive) {
   // without touching freed memory.
   std::thread receiver([&receiverThread, &received, transport] {
     receiverThread.set_value(::gettid());
-    received.set_value(transport->receive());
+    received.set_value(receiveText(*transport));
   });
   // Disconnect only once the receiver sleeps in receive, waiting for a message.
   ASSERT_TRUE(::vorno::testing::waitUntilThreadWaits(receiverThread.get_future().get()));

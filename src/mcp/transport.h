@@ -4,10 +4,30 @@
 // anything that moves lines; the program itself uses StdioTransport.
 #pragma once
 
+#include <cstdint>
 #include <optional>
 #include <string>
+#include <utility>
 
 namespace vorno::mcp {
+
+/// The longest line taken as a message: 4 MiB, far above any call vorno's tools take (they name
+/// files; they don't carry them). A longer one is refused with an error under its id.
+inline constexpr uint64_t kMaxMessageBytes = uint64_t{4} << 20;
+
+/// One line taken from the connection. A line longer than the transport's limit is not kept:
+/// `text` then holds only its first bytes, enough to read an id from, and `length` says how long
+/// the whole line was, so that the server can refuse it under its id.
+struct Received {
+  std::string text;
+  uint64_t length = 0;
+
+  static Received whole(std::string text) {
+    uint64_t length = text.size();
+    return {std::move(text), length};
+  }
+  bool isWhole() const { return text.size() == length; }
+};
 
 class Transport {
  public:
@@ -21,7 +41,7 @@ class Transport {
   virtual void send(std::string message) = 0;
   /// The next message received, in order; none once the stream has ended (end of input, a read
   /// error, or disconnect). Blocks until one of these.
-  virtual std::optional<std::string> receive() = 0;
+  virtual std::optional<Received> receive() = 0;
 };
 
 }  // namespace vorno::mcp
