@@ -78,6 +78,9 @@ class Tool {
   virtual std::string description() const = 0;
   virtual mcp::Value inputSchema() const = 0;
   virtual ToolAnnotations annotations() const { return {}; }
+  /// Whether a call draws pictures (renders, exports), and so waits for one of the server's
+  /// PictureSlots before it runs.
+  virtual bool drawsPictures() const { return false; }
   virtual std::vector<Content> call(const Arguments& arguments, const ToolContext& context,
                                     ToolProgress& progress) const = 0;
   /// The summary and subjects of a call for the activity log. By default the name in words

@@ -14,6 +14,7 @@
 #include "server/agent_identity.h"
 #include "server/guide.h"
 #include "server/idle_memory.h"
+#include "server/picture_slots.h"
 #include "server/tool_registry.h"
 
 namespace vorno {
@@ -98,7 +99,10 @@ mcp::Value VornoServer::callTool(const mcp::Value& params, const ToolContext& co
   std::string failure;
   try {
     ToolProgress progress(request);
+    std::optional<PictureSlots::Held> slot;
+    if (tool->drawsPictures()) slot.emplace(PictureSlots::shared().take());
     std::vector<Content> content = tool->call(arguments, context, progress);
+    slot.reset();
     logEvent(log, event, ActivityEvent::Phase::finished);
     mcp::Value::Array items;
     items.reserve(content.size());

@@ -109,6 +109,7 @@ class ExportCounter {
 class ExportTool final : public Tool {
  public:
   std::string name() const override { return "export"; }
+  bool drawsPictures() const override { return true; }
   std::string description() const override {
     return "Render every slide × target × locale to store-ready PNGs (exact size, no alpha) and verify each file, and "
            "every creative × locale (ios.header, ios.search-results, ios.universal) into "

@@ -12,6 +12,7 @@ class RenderOverviewTool final : public Tool {
   std::string description() const override;
   mcp::Value inputSchema() const override;
   ToolAnnotations annotations() const override;
+  bool drawsPictures() const override { return true; }
   std::vector<Content> call(const Arguments& arguments, const ToolContext& context,
                             ToolProgress& progress) const override;
   ToolActivity activity(const Arguments& arguments) const override;
