@@ -1,5 +1,8 @@
 #include "server/vorno_server.h"
 
+#include <malloc.h>
+
+#include <algorithm>
 #include <chrono>
 #include <exception>
 #include <thread>
@@ -182,6 +185,10 @@ std::unique_ptr<mcp::Server> VornoServer::make(const ToolContext& context) {
 }
 
 void VornoServer::runStdio() {
+  // glibc gives each new thread an arena of its own, up to eight per core, and keeps what each
+  // arena once held: a server whose calls run on short-lived threads grew by a render's worth of
+  // memory per arena. One arena per core holds the same load in about a third less.
+  ::mallopt(M_ARENA_MAX, std::max(2, static_cast<int>(std::thread::hardware_concurrency())));
   static const ToolContext context = ToolContext::current();
   std::unique_ptr<mcp::Server> server = make(context);
   server->start(mcp::StdioTransport::standardStreams(),
