@@ -3,7 +3,7 @@
 #include "cli/command_spec.h"
 #include "cli/commands.h"
 #include "kit/layout/layout_findings.h"
-#include "kit/lint/issue.h"
+#include "kit/model/issue.h"
 #include "kit/lint/linter.h"
 #include "kit/lint/schema_check.h"
 #include "kit/model/project.h"

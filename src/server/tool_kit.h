@@ -8,7 +8,7 @@
 #include <string>
 #include <vector>
 
-#include "kit/lint/issue.h"
+#include "kit/model/issue.h"
 #include "kit/lint/schema_check.h"
 #include "server/content.h"
 

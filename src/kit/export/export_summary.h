@@ -1,7 +1,7 @@
 // ExportSummary and LooksExport: what an export did, for the command line and the agent.
 #pragma once
 
-#include "kit/lint/issue.h"
+#include "kit/model/issue.h"
 
 #include <nlohmann/json_fwd.hpp>
 

@@ -5,7 +5,7 @@
 
 #include "kit/devices/device_renderer.h"
 #include "kit/layout/component_layout.h"
-#include "kit/lint/issue.h"
+#include "kit/model/issue.h"
 #include "kit/model/fill.h"
 #include "kit/model/slide.h"
 #include "kit/model/store_target.h"

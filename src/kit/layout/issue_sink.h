@@ -2,7 +2,7 @@
 // caller filled in, so each check states only its own words.
 #pragma once
 
-#include "kit/lint/issue.h"
+#include "kit/model/issue.h"
 
 #include <optional>
 #include <string>

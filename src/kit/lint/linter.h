@@ -9,7 +9,7 @@
 // or a broken motion is reported and the rest of the check goes on.
 #pragma once
 
-#include "kit/lint/issue.h"
+#include "kit/model/issue.h"
 
 #include <string>
 #include <vector>

@@ -18,7 +18,7 @@
 #include <string_view>
 #include <vector>
 
-#include "kit/lint/issue.h"
+#include "kit/model/issue.h"
 
 namespace vorno {
 

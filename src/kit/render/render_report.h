@@ -3,7 +3,7 @@
 // ended up, and every issue the layout found.
 #pragma once
 
-#include "kit/lint/issue.h"
+#include "kit/model/issue.h"
 
 #include <nlohmann/json_fwd.hpp>
 

@@ -7,7 +7,7 @@
 //                                              "renders/header.mp4", [](int done, int total) { ... });
 #pragma once
 
-#include "kit/lint/issue.h"
+#include "kit/model/issue.h"
 #include "kit/motion/motion_renderer.h"
 #include "kit/util/geometry.h"
 

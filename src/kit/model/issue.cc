@@ -1,4 +1,4 @@
-#include "kit/lint/issue.h"
+#include "kit/model/issue.h"
 
 #include "kit/model/coding.h"
 
