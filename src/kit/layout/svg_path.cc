@@ -179,128 +179,134 @@ bool isCommand(char c) {
   }
 }
 
-}  // namespace
+// Reads the commands one after the other and draws them; what carries from one command to the
+// next is kept here.
+class PathReader {
+ public:
+  explicit PathReader(std::string_view data) : tokens_(data) {}
 
-Path parse(std::string_view data) {
-  Tokens tokens(data);
-  Path path;
-  Point current{}, subpathStart{}, lastControl{};
-  char command = 0;      // the command in force, as written (case tells relative)
-  char previous = 0;     // the command that drew last, for the S and T reflection rules
+  Path read() {
+    while (nextCommand()) {
+      draw();
+      previous_ = command_;
+    }
+    if (path_.isEmpty()) throw VornoError::invalid("Path data is empty.");
+    return path_;
+  }
 
-  // Segments other than M need a point to start from; data that begins without one starts at
-  // the origin, as SVG's current point does.
-  auto ensureStart = [&] {
-    if (path.isEmpty()) path.moveTo(current);
-  };
-
-  while (true) {
-    tokens.skipSeparators();
-    if (tokens.atEnd()) break;
-    std::string letter = tokens.peekLetter();
+ private:
+  // Takes the next command letter, or keeps the command in force when numbers follow instead;
+  // false at the end of the data.
+  bool nextCommand() {
+    tokens_.skipSeparators();
+    if (tokens_.atEnd()) return false;
+    std::string letter = tokens_.peekLetter();
     if (!letter.empty()) {
       if (letter.size() != 1 || !isCommand(static_cast<char>(std::toupper(letter[0]))))
         throw VornoError::invalid("Unknown path command " + letter + ". Use M L H V C S Q T A Z.");
-      tokens.advance(1);
-      command = letter[0];
-      if (command == 'Z' || command == 'z') {
-        path.close();
-        current = subpathStart;
-        previous = command;
-        continue;
-      }
-    } else {
-      // Numbers repeat the command in force; there must be one, and Z takes no numbers.
-      if (command == 0 || command == 'Z' || command == 'z')
-        throw VornoError::invalid("Path data needs a command (M, L, C, …) before its numbers.");
-      // A repeated move draws lines.
-      if (command == 'M') command = 'L';
-      if (command == 'm') command = 'l';
+      tokens_.advance(1);
+      command_ = letter[0];
+      return true;
     }
+    // Numbers repeat the command in force; there must be one, and Z takes no numbers.
+    if (command_ == 0 || command_ == 'Z' || command_ == 'z')
+      throw VornoError::invalid("Path data needs a command (M, L, C, …) before its numbers.");
+    // A repeated move draws lines.
+    if (command_ == 'M') command_ = 'L';
+    if (command_ == 'm') command_ = 'l';
+    return true;
+  }
 
-    bool relative = command >= 'a' && command <= 'z';
-    Point origin = relative ? current : Point{};
-    auto point = [&] {
-      double x = tokens.number();
-      double y = tokens.number();
-      return add(origin, {x, y});
-    };
+  bool relative() const { return command_ >= 'a' && command_ <= 'z'; }
 
-    switch (std::toupper(command)) {
-      case 'M': {
-        current = subpathStart = point();
-        path.moveTo(current);
+  Point point() {
+    double x = tokens_.number();
+    double y = tokens_.number();
+    return relative() ? add(current_, {x, y}) : Point{x, y};
+  }
+
+  // Segments other than M need a point to start from; data that begins without one starts at the
+  // origin, as SVG's current point does.
+  void ensureStart() {
+    if (path_.isEmpty()) path_.moveTo(current_);
+  }
+
+  void draw() {
+    switch (std::toupper(command_)) {
+      case 'Z':
+        path_.close();
+        current_ = subpathStart_;
         break;
-      }
-      case 'L': {
-        Point p = point();
-        ensureStart();
-        path.lineTo(p);
-        current = p;
+      case 'M':
+        current_ = subpathStart_ = point();
+        path_.moveTo(current_);
         break;
-      }
-      case 'H': {
-        double x = tokens.number() + (relative ? current.x : 0);
-        ensureStart();
-        current = {x, current.y};
-        path.lineTo(current);
-        break;
-      }
-      case 'V': {
-        double y = tokens.number() + (relative ? current.y : 0);
-        ensureStart();
-        current = {current.x, y};
-        path.lineTo(current);
-        break;
-      }
+      case 'L': lineTo(point()); break;
+      case 'H': lineTo({tokens_.number() + (relative() ? current_.x : 0), current_.y}); break;
+      case 'V': lineTo({current_.x, tokens_.number() + (relative() ? current_.y : 0)}); break;
       case 'C': {
-        Point c1 = point(), c2 = point(), p = point();
-        ensureStart();
-        path.curveTo(c1, c2, p);
-        lastControl = c2, current = p;
+        Point c1 = point(), c2 = point();
+        curveTo(c1, c2, point());
         break;
       }
       case 'S': {
-        bool afterCubic = previous == 'C' || previous == 'c' || previous == 'S' || previous == 's';
-        Point c1 = afterCubic ? reflect(lastControl, current) : current;
-        Point c2 = point(), p = point();
-        ensureStart();
-        path.curveTo(c1, c2, p);
-        lastControl = c2, current = p;
+        bool afterCubic = previous_ == 'C' || previous_ == 'c' || previous_ == 'S' || previous_ == 's';
+        Point c1 = afterCubic ? reflect(lastControl_, current_) : current_;
+        Point c2 = point();
+        curveTo(c1, c2, point());
         break;
       }
       case 'Q': {
-        Point q = point(), p = point();
-        ensureStart();
-        path.quadTo(q, p);
-        lastControl = q, current = p;
+        Point q = point();
+        quadTo(q, point());
         break;
       }
       case 'T': {
-        bool afterQuad = previous == 'Q' || previous == 'q' || previous == 'T' || previous == 't';
-        Point q = afterQuad ? reflect(lastControl, current) : current;
-        Point p = point();
-        ensureStart();
-        path.quadTo(q, p);
-        lastControl = q, current = p;
+        bool afterQuad = previous_ == 'Q' || previous_ == 'q' || previous_ == 'T' || previous_ == 't';
+        quadTo(afterQuad ? reflect(lastControl_, current_) : current_, point());
         break;
       }
-      case 'A': {
-        double rx = tokens.number(), ry = tokens.number(), rotation = tokens.number();
-        bool largeArc = tokens.flag();
-        bool sweep = tokens.flag();
-        Point p = point();
-        ensureStart();
-        arcTo(path, current, rx, ry, rotation, largeArc, sweep, p);
-        current = p;
-        break;
-      }
+      case 'A': arc(); break;
     }
-    previous = command;
   }
 
-  if (path.isEmpty()) throw VornoError::invalid("Path data is empty.");
-  return path;
-}
+  void lineTo(Point p) {
+    ensureStart();
+    path_.lineTo(p);
+    current_ = p;
+  }
+
+  void curveTo(Point c1, Point c2, Point p) {
+    ensureStart();
+    path_.curveTo(c1, c2, p);
+    lastControl_ = c2, current_ = p;
+  }
+
+  void quadTo(Point q, Point p) {
+    ensureStart();
+    path_.quadTo(q, p);
+    lastControl_ = q, current_ = p;
+  }
+
+  void arc() {
+    double rx = tokens_.number(), ry = tokens_.number(), rotation = tokens_.number();
+    bool largeArc = tokens_.flag();
+    bool sweep = tokens_.flag();
+    Point p = point();
+    ensureStart();
+    arcTo(path_, current_, rx, ry, rotation, largeArc, sweep, p);
+    current_ = p;
+  }
+
+  Tokens tokens_;
+  Path path_;
+  Point current_{}, subpathStart_{}, lastControl_{};
+  char command_ = 0;   // the command in force, as written (case tells relative)
+  char previous_ = 0;  // the command that drew last, for the S and T reflection rules
+};
+
+}  // namespace
+
+Path parse(std::string_view data) { return PathReader(data).read(); }
 
 }  // namespace vorno::SVGPath
