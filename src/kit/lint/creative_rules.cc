@@ -59,132 +59,153 @@ std::set<std::string> offeredIDs(const Creative& creative) {
   return ids;
 }
 
-std::optional<double> keyframeValue(const Keyframe& keyframe, MotionProperty property) {
-  switch (property) {
-    case MotionProperty::x: return keyframe.x;
-    case MotionProperty::y: return keyframe.y;
-    case MotionProperty::scale: return keyframe.scale;
-    case MotionProperty::rotation: return keyframe.rotation;
-    case MotionProperty::opacity: return keyframe.opacity;
+// The findings of one creative's motion, each under the creative's id.
+class MotionFindings {
+ public:
+  MotionFindings(const Motion& motion, const Creative& creative)
+      : motion_(motion), creative_(creative), loop_(motion.resolvedDuration()) {}
+
+  std::vector<Issue> all() && {
+    storeFormat();
+    unknownNames();
+    scenes();
+    tracks();
+    waves();
+    return std::move(issues_);
   }
-  return std::nullopt;
-}
 
-}  // namespace
-
-std::vector<Issue> Linter::motionIssues(const Motion& motion, const Creative& creative) {
-  const std::string& id = creative.id();
-  std::vector<Issue> issues;
-  auto add = [&](Severity severity, const char* code, std::string message) {
+ private:
+  void add(Severity severity, const char* code, std::string message) {
     Issue issue(severity, code, std::move(message));
-    issue.slide = id;
-    issues.push_back(std::move(issue));
-  };
-  const double d = motion.resolvedDuration();
-
-  // 1. Only the header and search results take video; an unknown canvas is the creative's rule.
-  const StoreTarget* canvas = StoreTarget::canvas(creative.canvas);
-  if (canvas != nullptr && canvas->id == StoreTarget::appStoreUniversal().id)
-    add(Severity::error, "motion.canvas",
-        canvas->name +
-            " art is a still: App Store Connect takes video for the header (ios.header) and search results "
-            "(ios.search-results) only.");
-
-  // 2 to 4. What App Store Connect takes.
-  if (!Motion::durations.contains(d))
-    add(Severity::error, "motion.duration", formatted("The loop runs %.1f s; App Store Connect takes 5–30 s.", d));
-  const int fps = motion.resolvedFPS();
-  if (std::find(Motion::frameRates.begin(), Motion::frameRates.end(), fps) == Motion::frameRates.end())
-    add(Severity::error, "motion.fps", std::to_string(fps) + " fps: App Store Connect takes 30 or 60.");
-  if (motion.poster && (*motion.poster < 0 || *motion.poster > d))
-    add(Severity::warning, "motion.poster", formatted("The poster at %.1f s is outside the %.1f s loop.", *motion.poster, d));
-
-  // 5. Names that animate nothing. The camera is no element: it is the reserved id that moves
-  // the whole picture, so it is always a fair name.
-  const std::set<std::string> offered = offeredIDs(creative);
-  std::set<std::string> named;
-  if (motion.transition && motion.transition->elements)
-    for (const auto& [element, style] : *motion.transition->elements) named.insert(element);
-  if (motion.tracks)
-    for (const auto& [element, keyframes] : *motion.tracks) named.insert(element);
-  if (motion.waves)
-    for (const auto& [element, waves] : *motion.waves) named.insert(element);
-  for (const std::string& element : named) {
-    if (offered.contains(element) || element == Motion::camera) continue;
-    add(Severity::warning, "motion.unknown-id",
-        "Motion names " + element + ", which isn't an element of " + id + ". Ids: " +
-            joined(std::vector<std::string>(offered.begin(), offered.end())) + ".");
+    issue.slide = creative_.id();
+    issues_.push_back(std::move(issue));
   }
 
-  // 6 to 8. Scenes that line up with the loop and stay long enough to read.
-  const std::vector<MotionScene> noScenes;
-  const std::vector<MotionScene>& scenes = motion.scenes ? *motion.scenes : noScenes;
-  if (!scenes.empty() && motion.duration) {
-    double sum = 0;
-    for (const MotionScene& scene : scenes) sum += scene.duration;
-    if (std::abs(*motion.duration - sum) > 0.01)
-      add(Severity::warning, "motion.scenes",
-          formatted("The scenes add up to %.2f s but duration is %.2f s, so they don't line up with the loop and it "
-                    "jumps. Leave duration out or match it.",
-                    sum, *motion.duration));
+  // What App Store Connect takes: video on the header and search results only, 5-30 s loops,
+  // 30 or 60 fps, a poster inside the loop. An unknown canvas is the creative's own rule.
+  void storeFormat() {
+    const StoreTarget* canvas = StoreTarget::canvas(creative_.canvas);
+    if (canvas != nullptr && canvas->id == StoreTarget::appStoreUniversal().id)
+      add(Severity::error, "motion.canvas",
+          canvas->name +
+              " art is a still: App Store Connect takes video for the header (ios.header) and search results "
+              "(ios.search-results) only.");
+    if (!Motion::durations.contains(loop_))
+      add(Severity::error, "motion.duration", formatted("The loop runs %.1f s; App Store Connect takes 5–30 s.", loop_));
+    const int fps = motion_.resolvedFPS();
+    if (std::find(Motion::frameRates.begin(), Motion::frameRates.end(), fps) == Motion::frameRates.end())
+      add(Severity::error, "motion.fps", std::to_string(fps) + " fps: App Store Connect takes 30 or 60.");
+    if (motion_.poster && (*motion_.poster < 0 || *motion_.poster > loop_))
+      add(Severity::warning, "motion.poster",
+          formatted("The poster at %.1f s is outside the %.1f s loop.", *motion_.poster, loop_));
   }
-  double transition = 1.1;
-  if (motion.transition && motion.transition->duration) transition = *motion.transition->duration;
-  transition = std::max(transition, 0.0);
-  if (scenes.size() >= 2 && transition < 0.4)
-    add(Severity::info, "motion.fast",
-        formatted("Transitions of %.2f s read as cuts. Apple asks for calm motion without quick cuts; 0.8–1.2 s reads "
-                  "well.",
-                  transition));
-  for (size_t n = 1; n <= scenes.size(); ++n) {
-    const double duration = scenes[n - 1].duration;
-    if (duration <= 0) {
-      add(Severity::error, "motion.scene", "Scene " + std::to_string(n) + " has no duration.");
-      continue;
+
+  // Names that animate nothing. The camera is no element: it is the reserved id that moves the
+  // whole picture, so it is always a fair name.
+  void unknownNames() {
+    const std::set<std::string> offered = offeredIDs(creative_);
+    std::set<std::string> named;
+    if (motion_.transition && motion_.transition->elements)
+      for (const auto& [element, style] : *motion_.transition->elements) named.insert(element);
+    if (motion_.tracks)
+      for (const auto& [element, keyframes] : *motion_.tracks) named.insert(element);
+    if (motion_.waves)
+      for (const auto& [element, waves] : *motion_.waves) named.insert(element);
+    for (const std::string& element : named) {
+      if (offered.contains(element) || element == Motion::camera) continue;
+      add(Severity::warning, "motion.unknown-id",
+          "Motion names " + element + ", which isn't an element of " + creative_.id() + ". Ids: " +
+              joined(std::vector<std::string>(offered.begin(), offered.end())) + ".");
     }
-    // A lone scene never hands over, so all of it is rest.
-    if (scenes.size() < 2) continue;
-    const double rest = duration - transition;
-    if (rest < 1.5)
-      add(Severity::warning, "motion.short",
-          formatted("Scene %d is on screen at rest for %.1f s: too quick to read. Give it at least %.1f s.",
-                    static_cast<int>(n), std::max(rest, 0.0), transition + 1.5));
   }
 
-  // 9. Keyframes inside the loop, and tracks that end where they start. The map is sorted by id.
-  if (motion.tracks) {
-    for (const auto& [element, track] : *motion.tracks) {
-      for (const Keyframe& keyframe : track)
-        if (keyframe.t < 0 || keyframe.t > d + seamTolerance)
-          add(Severity::warning, "motion.keyframe",
-              formatted("%s has a keyframe at %.2f s, outside the %.1f s loop.", element.c_str(), keyframe.t, d));
-      std::vector<Keyframe> sorted = track;
-      std::stable_sort(sorted.begin(), sorted.end(), [](const Keyframe& a, const Keyframe& b) { return a.t < b.t; });
-      for (MotionProperty property : {MotionProperty::x, MotionProperty::y, MotionProperty::scale,
-                                      MotionProperty::rotation, MotionProperty::opacity}) {
-        bool defined = std::any_of(sorted.begin(), sorted.end(),
-                                   [&](const Keyframe& k) { return keyframeValue(k, property).has_value(); });
-        if (!defined) continue;
-        std::optional<double> start = Motion::value(sorted, 0, property);
-        std::optional<double> end = Motion::value(sorted, d, property);
-        if (!start || !end || std::abs(*start - *end) <= seamTolerance) continue;
-        add(Severity::warning, "motion.seam",
-            formatted("%s's %s is %.3g at the start and %.3g at the end, so the loop jumps. Add a keyframe at %.1f s "
-                      "with the starting value.",
-                      element.c_str(), std::string(rawValue(property)).c_str(), *start, *end, d));
+  // Scenes that line up with the loop, hand over calmly and stay long enough to read.
+  void scenes() {
+    const std::vector<MotionScene> noScenes;
+    const std::vector<MotionScene>& scenes = motion_.scenes ? *motion_.scenes : noScenes;
+    if (!scenes.empty() && motion_.duration) {
+      double sum = 0;
+      for (const MotionScene& scene : scenes) sum += scene.duration;
+      if (std::abs(*motion_.duration - sum) > 0.01)
+        add(Severity::warning, "motion.scenes",
+            formatted("The scenes add up to %.2f s but duration is %.2f s, so they don't line up with the loop and it "
+                      "jumps. Leave duration out or match it.",
+                      sum, *motion_.duration));
+    }
+    double transition = 1.1;
+    if (motion_.transition && motion_.transition->duration) transition = *motion_.transition->duration;
+    transition = std::max(transition, 0.0);
+    if (scenes.size() >= 2 && transition < 0.4)
+      add(Severity::info, "motion.fast",
+          formatted("Transitions of %.2f s read as cuts. Apple asks for calm motion without quick cuts; 0.8–1.2 s "
+                    "reads well.",
+                    transition));
+    for (size_t n = 1; n <= scenes.size(); ++n) {
+      const double duration = scenes[n - 1].duration;
+      if (duration <= 0) {
+        add(Severity::error, "motion.scene", "Scene " + std::to_string(n) + " has no duration.");
+        continue;
       }
+      // A lone scene never hands over, so all of it is rest.
+      if (scenes.size() < 2) continue;
+      const double rest = duration - transition;
+      if (rest < 1.5)
+        add(Severity::warning, "motion.short",
+            formatted("Scene %d is on screen at rest for %.1f s: too quick to read. Give it at least %.1f s.",
+                      static_cast<int>(n), std::max(rest, 0.0), transition + 1.5));
     }
   }
 
-  // 10. Waves loop by whole cycles; fewer than one cannot come back to where it began.
-  if (motion.waves) {
-    for (const auto& [element, waves] : *motion.waves) {
+  // Keyframes inside the loop, and tracks that end where they start. The map is sorted by id.
+  void tracks() {
+    if (!motion_.tracks) return;
+    for (const auto& [element, track] : *motion_.tracks) {
+      for (const Keyframe& keyframe : track)
+        if (keyframe.t < 0 || keyframe.t > loop_ + seamTolerance)
+          add(Severity::warning, "motion.keyframe",
+              formatted("%s has a keyframe at %.2f s, outside the %.1f s loop.", element.c_str(), keyframe.t, loop_));
+      seams(element, track);
+    }
+  }
+
+  void seams(const std::string& element, const std::vector<Keyframe>& track) {
+    std::vector<Keyframe> sorted = track;
+    std::stable_sort(sorted.begin(), sorted.end(), [](const Keyframe& a, const Keyframe& b) { return a.t < b.t; });
+    for (MotionProperty property : {MotionProperty::x, MotionProperty::y, MotionProperty::scale,
+                                    MotionProperty::rotation, MotionProperty::opacity}) {
+      bool defined = std::any_of(sorted.begin(), sorted.end(),
+                                 [&](const Keyframe& k) { return k.value(property).has_value(); });
+      if (!defined) continue;
+      std::optional<double> start = Motion::value(sorted, 0, property);
+      std::optional<double> end = Motion::value(sorted, loop_, property);
+      if (!start || !end || std::abs(*start - *end) <= seamTolerance) continue;
+      add(Severity::warning, "motion.seam",
+          formatted("%s's %s is %.3g at the start and %.3g at the end, so the loop jumps. Add a keyframe at %.1f s "
+                    "with the starting value.",
+                    element.c_str(), std::string(rawValue(property)).c_str(), *start, *end, loop_));
+    }
+  }
+
+  // Waves loop by whole cycles; fewer than one cannot come back to where it began.
+  void waves() {
+    if (!motion_.waves) return;
+    for (const auto& [element, waves] : *motion_.waves) {
       bool partial = std::any_of(waves.begin(), waves.end(), [](const Wave& w) { return w.cycles && *w.cycles < 1; });
       if (partial)
         add(Severity::error, "motion.wave", element + " has a wave with fewer than 1 cycle: waves loop in whole cycles.");
     }
   }
-  return issues;
+
+  const Motion& motion_;
+  const Creative& creative_;
+  const double loop_;
+  std::vector<Issue> issues_;
+};
+
+}  // namespace
+
+std::vector<Issue> Linter::motionIssues(const Motion& motion, const Creative& creative) {
+  return MotionFindings(motion, creative).all();
 }
 
 std::vector<Issue> Linter::creativeIssues(const Project& project) {

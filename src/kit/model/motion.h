@@ -66,6 +66,9 @@ struct Keyframe {
   std::optional<double> opacity;   ///< a multiplier
   std::optional<Ease> ease;        ///< into this keyframe
 
+  /// The value this keyframe gives `property`, if it sets it.
+  std::optional<double> value(MotionProperty property) const;
+
   bool operator==(const Keyframe&) const = default;
 };
 

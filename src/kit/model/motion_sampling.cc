@@ -48,17 +48,6 @@ double wrapped(double time, double period) {
   return u;
 }
 
-std::optional<double> propertyOf(const Keyframe& keyframe, MotionProperty property) {
-  switch (property) {
-    case MotionProperty::x: return keyframe.x;
-    case MotionProperty::y: return keyframe.y;
-    case MotionProperty::scale: return keyframe.scale;
-    case MotionProperty::rotation: return keyframe.rotation;
-    case MotionProperty::opacity: return keyframe.opacity;
-  }
-  return std::nullopt;
-}
-
 /// The scene clock over a given list of scenes, handing over as `transition` says.
 std::optional<SceneClock> clockOf(const std::vector<MotionScene>& scenes, const std::optional<MotionTransition>& transition,
                                   double time) {
@@ -206,11 +195,22 @@ std::set<std::string> Motion::mentionedIDs() const {
   return ids;
 }
 
+std::optional<double> Keyframe::value(MotionProperty property) const {
+  switch (property) {
+    case MotionProperty::x: return x;
+    case MotionProperty::y: return y;
+    case MotionProperty::scale: return scale;
+    case MotionProperty::rotation: return rotation;
+    case MotionProperty::opacity: return opacity;
+  }
+  return std::nullopt;
+}
+
 std::optional<double> Motion::value(const std::vector<Keyframe>& keyframes, double time, MotionProperty property) {
   // The keyframes that set this property, in time order; a list sorted already stays as it is.
   std::vector<std::pair<const Keyframe*, double>> setting;
   for (const Keyframe& keyframe : keyframes)
-    if (auto v = propertyOf(keyframe, property)) setting.emplace_back(&keyframe, *v);
+    if (auto v = keyframe.value(property)) setting.emplace_back(&keyframe, *v);
   if (setting.empty()) return std::nullopt;
   std::stable_sort(setting.begin(), setting.end(), [](const auto& a, const auto& b) { return a.first->t < b.first->t; });
 
