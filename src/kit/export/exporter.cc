@@ -79,17 +79,14 @@ std::string Exporter::path(ExportLayout layout, const StoreTarget& target, const
                            const Slide& slide) {
   if (layout == ExportLayout::vorno)
     return platformFolder(target) + "/" + target.id + "/" + locale + "/" + number(index) + "-" + slide.id + ".png";
-  if (target.platform == Platform::ios) {
-    // The uploader's iOS folder holds every target of a locale and tells them apart by file name;
-    // a foldable has no slot there, so it gets a folder of its own beside it.
-    if (target.family == DeviceFamily::foldable)
-      return "fastlane/iphone-duo/" + locale + "/" + number(index) + "_" + slide.id + ".png";
-    return "fastlane/screenshots/" + locale + "/" + number(index) + "_" + target.id + ".png";
+  std::string path = target.fastlanePath;
+  for (auto [field, value] : {std::pair<std::string_view, std::string>{"{locale}", locale},
+                              {"{index}", number(index)},
+                              {"{slide}", slide.id},
+                              {"{target}", target.id}}) {
+    if (size_t at = path.find(field); at != std::string::npos) path.replace(at, field.size(), value);
   }
-  std::string kind = "phoneScreenshots";
-  if (target.id == StoreTarget::playTablet7().id) kind = "sevenInchScreenshots";
-  if (target.id == StoreTarget::playTablet10().id) kind = "tenInchScreenshots";
-  return "fastlane/metadata/android/" + locale + "/images/" + kind + "/" + number(index) + "_" + slide.id + ".png";
+  return path;
 }
 
 std::string Exporter::creativePath(ExportLayout layout, const StoreTarget& canvas, const std::string& locale,

@@ -24,7 +24,7 @@ std::vector<Issue> safeAreaIssues(const std::vector<ElementLayout>& elements, co
                                   const StoreTarget& target, const std::string& slide, const std::string& locale) {
   std::vector<Issue> issues;
   const Rect area = safe.outsetBy(4);
-  const std::optional<double> floor = target.minReadableText();
+  const std::optional<double> floor = target.minReadableText;
   for (const auto& e : elements) {
     if (e.decorative || !(e.fade > 0.5)) continue;
     switch (e.kind) {

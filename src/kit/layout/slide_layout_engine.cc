@@ -133,7 +133,7 @@ SlideLayoutEngine::SlideResult SlideLayoutEngine::layoutSlide(const Slide& slide
     ctx.muted.a = 0.72;
   }
   ctx.unit = target.textUnit();
-  ctx.minText = target.minReadableText().value_or(0);
+  ctx.minText = target.minReadableText.value_or(0);
   ctx.headlineScale = archetype == Archetype::textOnly ? scale * 1.45 : scale;
   ctx.slideEmphasis = slide.emphasisStyle;
   ctx.root = root;

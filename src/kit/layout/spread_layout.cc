@@ -54,7 +54,7 @@ ComposedSlide SlideLayoutEngine::layoutSpread(const Spread& spread, const std::v
   ctx.fg = project.theme.foreground;
   ctx.muted = project.theme.muted;
   ctx.unit = target.textUnit();
-  ctx.minText = target.minReadableText().value_or(0);
+  ctx.minText = target.minReadableText.value_or(0);
   ctx.headlineScale = 1;
   ctx.root = root;
   ctx.language = locale;

@@ -6,40 +6,6 @@ namespace vorno {
 
 namespace {
 
-// The stores change their sizes over time; this table is the one place to follow them. The ids
-// are part of the file format and never change.
-StoreTarget screenshot(std::string id, std::string name, Platform platform, int width, int height, DeviceFamily family,
-                       int maxCount, int minCount, std::string note) {
-  StoreTarget t;
-  t.id = std::move(id);
-  t.name = std::move(name);
-  t.platform = platform;
-  t.width = width;
-  t.height = height;
-  t.family = family;
-  t.maxCount = maxCount;
-  t.minCount = minCount;
-  t.note = std::move(note);
-  t.kind = StoreTarget::Kind::screenshot;
-  return t;
-}
-
-StoreTarget creative(std::string id, std::string name, int width, int height, Rect safeArea, std::string note) {
-  StoreTarget t;
-  t.id = std::move(id);
-  t.name = std::move(name);
-  t.platform = Platform::ios;
-  t.width = width;
-  t.height = height;
-  t.family = DeviceFamily::phone;
-  t.maxCount = 1;
-  t.minCount = 0;
-  t.note = std::move(note);
-  t.kind = StoreTarget::Kind::creative;
-  t.safeArea = safeArea;
-  return t;
-}
-
 const StoreTarget* firstWithId(const std::vector<StoreTarget>& list, std::string_view id) {
   auto it = std::find_if(list.begin(), list.end(), [&](const StoreTarget& t) { return t.id == id; });
   return it == list.end() ? nullptr : &*it;
@@ -59,48 +25,60 @@ double StoreTarget::textUnit() const {
   return std::min(height * 0.46, static_cast<double>(width));
 }
 
-std::optional<double> StoreTarget::minReadableText() const {
-  // These canvases are shown as small tiles, so type below this size can't be read there.
-  if (id == "ios.search-results") return 110;
-  if (id == "ios.universal") return 130;
-  return std::nullopt;
-}
-
-std::pair<int, int> StoreTarget::videoSize() const {
-  if (id == "ios.search-results") return {3072, 2048};
-  return {width, height};
-}
-
+// The stores change their sizes over time; these two tables are the one place to follow them,
+// one row per slot. The ids are part of the file format and never change.
+//
+// The fastlane paths: the uploader's iOS folder holds every target of a locale and tells them
+// apart by file name; a foldable has no slot there, so it gets a folder of its own beside it.
+// Google Play's are one folder per kind of screenshot.
 const std::vector<StoreTarget>& StoreTarget::all() {
+  using enum Platform;
+  using enum DeviceFamily;
   static const std::vector<StoreTarget> targets{
-      screenshot("ios.iphone-6.9", "iPhone 6.9″", Platform::ios, 1320, 2868, DeviceFamily::phone, 10, 1,
-                 "Required for iPhone apps. Smaller iPhones are scaled from this."),
-      screenshot("ios.iphone-6.5", "iPhone 6.5″", Platform::ios, 1284, 2778, DeviceFamily::phone, 10, 1,
-                 "Only needed when 6.9″ is not provided."),
-      screenshot("ios.iphone-duo", "iPhone Duo", Platform::ios, 2007, 2853, DeviceFamily::foldable, 10, 1,
-                 "Optional now; Apple requires iPhone Duo screenshots for new submissions from April 2027."),
-      screenshot("ios.ipad-13", "iPad 13″", Platform::ios, 2064, 2752, DeviceFamily::tablet, 10, 1,
-                 "Required when the app runs on iPad."),
-      screenshot("play.phone", "Play phone", Platform::android, 1080, 1920, DeviceFamily::phone, 8, 2,
-                 "9:16 at 1080px qualifies for featuring."),
-      screenshot("play.tablet-7", "Play 7″ tablet", Platform::android, 1200, 1920, DeviceFamily::tablet, 8, 0,
-                 "Optional."),
-      screenshot("play.tablet-10", "Play 10″ tablet", Platform::android, 1600, 2560, DeviceFamily::tablet, 8, 0,
-                 "Optional."),
+      {.id = "ios.iphone-6.9", .name = "iPhone 6.9″", .platform = ios, .width = 1320, .height = 2868,
+       .family = phone, .maxCount = 10, .minCount = 1,
+       .note = "Required for iPhone apps. Smaller iPhones are scaled from this.",
+       .fastlanePath = "fastlane/screenshots/{locale}/{index}_{target}.png"},
+      {.id = "ios.iphone-6.5", .name = "iPhone 6.5″", .platform = ios, .width = 1284, .height = 2778,
+       .family = phone, .maxCount = 10, .minCount = 1, .note = "Only needed when 6.9″ is not provided.",
+       .fastlanePath = "fastlane/screenshots/{locale}/{index}_{target}.png"},
+      {.id = "ios.iphone-duo", .name = "iPhone Duo", .platform = ios, .width = 2007, .height = 2853,
+       .family = foldable, .maxCount = 10, .minCount = 1,
+       .note = "Optional now; Apple requires iPhone Duo screenshots for new submissions from April 2027.",
+       .fastlanePath = "fastlane/iphone-duo/{locale}/{index}_{slide}.png"},
+      {.id = "ios.ipad-13", .name = "iPad 13″", .platform = ios, .width = 2064, .height = 2752, .family = tablet,
+       .maxCount = 10, .minCount = 1, .note = "Required when the app runs on iPad.",
+       .fastlanePath = "fastlane/screenshots/{locale}/{index}_{target}.png"},
+      {.id = "play.phone", .name = "Play phone", .platform = android, .width = 1080, .height = 1920,
+       .family = phone, .maxCount = 8, .minCount = 2, .note = "9:16 at 1080px qualifies for featuring.",
+       .fastlanePath = "fastlane/metadata/android/{locale}/images/phoneScreenshots/{index}_{slide}.png"},
+      {.id = "play.tablet-7", .name = "Play 7″ tablet", .platform = android, .width = 1200, .height = 1920,
+       .family = tablet, .maxCount = 8, .minCount = 0, .note = "Optional.",
+       .fastlanePath = "fastlane/metadata/android/{locale}/images/sevenInchScreenshots/{index}_{slide}.png"},
+      {.id = "play.tablet-10", .name = "Play 10″ tablet", .platform = android, .width = 1600, .height = 2560,
+       .family = tablet, .maxCount = 8, .minCount = 0, .note = "Optional.",
+       .fastlanePath = "fastlane/metadata/android/{locale}/images/tenInchScreenshots/{index}_{slide}.png"},
   };
   return targets;
 }
 
+// The canvases shown as small tiles (search results, the universal creative) can't show type
+// below their minimum size; the search results' video is four fifths of the still.
 const std::vector<StoreTarget>& StoreTarget::canvases() {
+  constexpr Kind creative = Kind::creative;
   static const std::vector<StoreTarget> targets{
-      creative("ios.header", "Product page header", 3840, 1646, Rect{1097, 493, 1646, 661},
-               "21:9, the first thing on the product page. Brand, a season, new content: one clear idea."),
-      creative("ios.search-results", "Search results", 3840, 2560, Rect{836, 765, 2168, 1030},
-               "3:2, replaces the first screenshots in search results. Make the app's purpose obvious; show it "
-               "in use."),
-      creative("ios.universal", "Universal creative", 5244, 2950, Rect{1921, 660, 1402, 962},
-               "16:9 PNG that can serve as both the header and the search results asset. Its safe area is "
-               "small."),
+      {.id = "ios.header", .name = "Product page header", .width = 3840, .height = 1646, .maxCount = 1,
+       .note = "21:9, the first thing on the product page. Brand, a season, new content: one clear idea.",
+       .kind = creative, .safeArea = Rect{1097, 493, 1646, 661}},
+      {.id = "ios.search-results", .name = "Search results", .width = 3840, .height = 2560, .maxCount = 1,
+       .note = "3:2, replaces the first screenshots in search results. Make the app's purpose obvious; show it "
+               "in use.",
+       .kind = creative, .safeArea = Rect{836, 765, 2168, 1030}, .minReadableText = 110,
+       .smallerVideo = std::pair{3072, 2048}},
+      {.id = "ios.universal", .name = "Universal creative", .width = 5244, .height = 2950, .maxCount = 1,
+       .note = "16:9 PNG that can serve as both the header and the search results asset. Its safe area is "
+               "small.",
+       .kind = creative, .safeArea = Rect{1921, 660, 1402, 962}, .minReadableText = 130},
   };
   return targets;
 }

@@ -9,6 +9,7 @@
 #include <optional>
 #include <string>
 #include <string_view>
+#include <utility>
 #include <vector>
 
 namespace vorno {
@@ -45,6 +46,14 @@ struct StoreTarget {
   std::string note;
   Kind kind = Kind::screenshot;
   std::optional<Rect> safeArea;  ///< pixels from the top left; creatives only
+  /// Smallest readable type in pixels, on the canvases that the store shows as small tiles.
+  std::optional<double> minReadableText;
+  /// The video's frame size where it is smaller than the still (search results); else the still's.
+  std::optional<std::pair<int, int>> smallerVideo;
+  /// Where the fastlane layout puts a screenshot, relative to the export folder: {locale},
+  /// {index} (01, 02...), {slide} and {target} are filled in. Creatives have none: they share
+  /// one folder of their own.
+  std::string fastlanePath;
 
   bool operator==(const StoreTarget&) const = default;
 
@@ -52,10 +61,8 @@ struct StoreTarget {
   double aspect() const { return static_cast<double>(width) / height; }
   /// The size from which type sizes follow.
   double textUnit() const;
-  /// Smallest readable type in pixels on the canvases that are shown small.
-  std::optional<double> minReadableText() const;
-  /// The video's frame size, smaller than the still on the search-results canvas.
-  std::pair<int, int> videoSize() const;
+  /// The video's frame size: `smallerVideo`, or the still's size.
+  std::pair<int, int> videoSize() const { return smallerVideo.value_or(std::pair{width, height}); }
 
   static const std::vector<StoreTarget>& all();
   static const std::vector<StoreTarget>& canvases();

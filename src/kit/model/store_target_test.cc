@@ -76,16 +76,33 @@ TEST(StoreTarget, RawValuesOfPlatformAndFamily) {
 }
 
 TEST(StoreTarget, MinReadableTextOnlyOnSmallShownCanvases) {
-  EXPECT_EQ(StoreTarget::appStoreSearch().minReadableText(), 110);
-  EXPECT_EQ(StoreTarget::appStoreUniversal().minReadableText(), 130);
-  EXPECT_FALSE(StoreTarget::appStoreHeader().minReadableText().has_value());
-  for (const auto& target : StoreTarget::all()) EXPECT_FALSE(target.minReadableText().has_value()) << target.id;
+  EXPECT_EQ(StoreTarget::appStoreSearch().minReadableText, 110);
+  EXPECT_EQ(StoreTarget::appStoreUniversal().minReadableText, 130);
+  EXPECT_FALSE(StoreTarget::appStoreHeader().minReadableText.has_value());
+  for (const auto& target : StoreTarget::all()) EXPECT_FALSE(target.minReadableText.has_value()) << target.id;
 }
 
 TEST(StoreTarget, VideoSizeIsSmallerOnlyOnSearchResults) {
   EXPECT_EQ(StoreTarget::appStoreSearch().videoSize(), (std::pair<int, int>{3072, 2048}));
   EXPECT_EQ(StoreTarget::appStoreHeader().videoSize(), (std::pair<int, int>{3840, 1646}));
   EXPECT_EQ(StoreTarget::iphone69().videoSize(), (std::pair<int, int>{1320, 2868}));
+}
+
+TEST(StoreTarget, EveryScreenshotSlotSaysWhereTheFastlaneLayoutPutsIt) {
+  std::set<std::string> androidFolders;
+  for (const StoreTarget& target : StoreTarget::all()) {
+    const std::string& path = target.fastlanePath;
+    EXPECT_EQ(path.rfind("fastlane/", 0), 0u) << target.id;
+    EXPECT_NE(path.find("{locale}"), std::string::npos) << target.id;
+    EXPECT_NE(path.find("{index}"), std::string::npos) << target.id;
+    // A file name that tells the slot apart within a folder shared by several slots.
+    EXPECT_TRUE(path.find("{slide}") != std::string::npos || path.find("{target}") != std::string::npos) << target.id;
+    if (target.platform == Platform::android) {
+      EXPECT_EQ(path.rfind("fastlane/metadata/android/{locale}/images/", 0), 0u) << target.id;
+      EXPECT_TRUE(androidFolders.insert(path).second) << target.id << " shares a Play folder";
+    }
+  }
+  for (const StoreTarget& canvas : StoreTarget::canvases()) EXPECT_EQ(canvas.fastlanePath, "") << canvas.id;
 }
 
 TEST(StoreTarget, AspectIsWidthOverHeight) {

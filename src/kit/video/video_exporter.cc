@@ -29,10 +29,8 @@ constexpr double kSeamCheckScale = 0.15;
 }  // namespace
 
 Size VideoExporter::videoSize(const StoreTarget& canvas) {
-  // Four fifths of the canvas, in even numbers: 4:2:0 video has no odd sizes.
-  if (canvas.id == StoreTarget::appStoreSearch().id)
-    return {2 * std::round(canvas.width * 0.4), 2 * std::round(canvas.height * 0.4)};
-  return {static_cast<double>(canvas.width), static_cast<double>(canvas.height)};
+  auto [width, height] = canvas.videoSize();
+  return {static_cast<double>(width), static_cast<double>(height)};
 }
 
 int VideoExporter::batchSize() {
