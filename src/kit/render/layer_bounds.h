@@ -17,10 +17,11 @@
 
 namespace vorno::LayerBounds {
 
-/// The most pixels on a side of a layer: cairo's own limit.
-inline constexpr int maxSide = 32767;
-/// The most pixels of a layer, 2^26 (256 MB of ARGB): a spread element across eight tablets.
-inline constexpr int64_t maxPixels = int64_t(1) << 26;
+/// The most pixels on a side of a layer: half of cairo's own limit, which a group inside a layer
+/// of that size already passes (it is drawn empty). A spread element across twelve phones.
+inline constexpr int maxSide = 16384;
+/// The most pixels of a layer, 2^25 (128 MB of ARGB): a spread element across five tablets.
+inline constexpr int64_t maxPixels = int64_t(1) << 25;
 /// The most a shadowStyle's blur and offsets may be, in element widths, once a layer is too big.
 inline constexpr double maxShadowReach = 1.0;
 
