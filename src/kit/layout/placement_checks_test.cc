@@ -152,7 +152,8 @@ TEST(DeviceCropped, IslandCutByTheTopEdgeIsReportedThoughLittleIsHidden) {
   // Where the island lies when the body's top touches the canvas's: lift the body by a little
   // less than the island's bottom, so the edge slices it but hides almost none of the screen.
   place(slide, "ios.iphone-6.9", "device", {0.5, 0.4, 0.8, std::nullopt, std::nullopt, std::nullopt});
-  const ElementLayout* body = layOut(package, slide, StoreTarget::iphone69()).element("device", "s");
+  const ComposedSlide first = layOut(package, slide, StoreTarget::iphone69());
+  const ElementLayout* body = first.element("device", "s");
   ASSERT_NE(body, nullptr);
   const Rect frame = body->frame;
   auto camera = std::get<DeviceContent>(body->content).renderer.parts(frame.offsetBy(0, -frame.minY())).camera;

@@ -4,6 +4,7 @@
 #include "kit/layout/contrast_advice.h"
 #include "kit/model/enum_names.h"
 #include "kit/text/text_layout.h"
+#include "kit/text/text_length.h"
 #include "kit/util/format.h"
 
 #include <set>
@@ -144,11 +145,28 @@ void contrastCheck(const ElementLayout& e, const TextSpec& spec, const StyleCont
            e.uid(), suggestion ? std::optional<std::string>(suggestion->hex()) : std::nullopt);
 }
 
+// A text past the most the text engine lays out is drawn cut short; a component's texts too.
+void lengthCheck(const ElementLayout& e, IssueSink& sink) {
+  bool cut = false;
+  if (const TextSpec* spec = e.text()) cut = TextLayout::isCut(spec->text);
+  if (const ComponentDrawing* drawing = std::get_if<ComponentDrawing>(&e.content)) {
+    for (const ComponentDrawing::Part& part : drawing->parts)
+      if (const auto* text = std::get_if<ComponentDrawing::Text>(&part)) cut = cut || TextLayout::isCut(text->spec.text);
+  }
+  if (!cut) return;
+  const std::string limit = std::to_string(TextLayout::maxCharacters);
+  sink.warning("text.cut",
+               e.label + " is longer than " + limit + " characters; only the first " + limit +
+                   " are laid out and drawn, ending in \"…\". Shorten it.",
+               e.uid());
+}
+
 }  // namespace
 
 void textChecks(const std::vector<ElementLayout>& elements, const StyleContext& context, const Fill& background,
                 const std::optional<SlideLayoutEngine::Board>& board, double W, double H, IssueSink& sink) {
   for (const auto& e : elements) {
+    lengthCheck(e, sink);
     const TextSpec* spec = e.text();
     if (!spec || e.decorative) continue;
     if (TextLayout::marksCollide(*spec, e.frame.width))

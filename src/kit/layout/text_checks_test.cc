@@ -124,3 +124,52 @@ TEST(ContrastAdvice, SuggestionIsCheckedAsTheHexItIsWrittenAs) {
 
 }  // namespace
 }  // namespace vorno
+
+namespace vorno {
+namespace {
+
+std::string longCopy(size_t characters) {
+  std::string text;
+  while (text.size() < characters) text += "Plan the week with your whole team ";
+  text.resize(characters);
+  return text;
+}
+
+const Issue* cutIssue(const ComposedSlide& c, const std::string& element) {
+  for (const auto& i : c.issues)
+    if (i.code == "text.cut" && i.element == element) return &i;
+  return nullptr;
+}
+
+TEST(TextLength, HeadlineAndComponentTitlePastTheLimitAreCutWithAWarning) {
+  testing::TestPackage package;
+  Slide slide = testing::heroSlide("a", longCopy(50'000));
+  SlideElement callout;
+  callout.id = "note";
+  callout.kind = SlideElement::Kind::component;
+  callout.component = ComponentSpec::starter(ComponentSpec::Kind::callout, "en-US");
+  callout.component->title = testing::text(longCopy(100'000));
+  slide.elements = {callout};
+  Project project = testing::projectWith({slide});
+  ComposedSlide c = SlideLayoutEngine().layout(project, package.root(), project.slides[0], StoreTarget::iphone69(), "en-US");
+
+  const Issue* headline = cutIssue(c, "slide:a/headline");
+  ASSERT_NE(headline, nullptr);
+  EXPECT_EQ(headline->severity, Issue::Severity::warning);
+  EXPECT_EQ(headline->message,
+            "Headline is longer than 2000 characters; only the first 2000 are laid out and drawn, ending in \"…\". "
+            "Shorten it.");
+  EXPECT_NE(cutIssue(c, "slide:a/note"), nullptr);
+  ASSERT_NE(c.element("slide:a/headline"), nullptr);
+  EXPECT_NE(c.element("slide:a/note"), nullptr);
+}
+
+TEST(TextLength, TextAtTheLimitGivesNoWarning) {
+  testing::TestPackage package;
+  Project project = testing::projectWith({testing::heroSlide("a", longCopy(2000))});
+  ComposedSlide c = SlideLayoutEngine().layout(project, package.root(), project.slides[0], StoreTarget::iphone69(), "en-US");
+  EXPECT_EQ(cutIssue(c, "slide:a/headline"), nullptr);
+}
+
+}  // namespace
+}  // namespace vorno

@@ -31,14 +31,40 @@ void addRoundedRect(cairo_t* cr, const Rect& rect, double radius) {
 
 }  // namespace
 
-Geometry geometry(const StoreTarget& target, int tileHeight, int count) {
+namespace {
+
+// Tiles `tileHeight` high in rows of `columns`, as few rows as that allows, then as few columns
+// as those rows need: the last row is never much shorter than the others.
+Geometry grid(const StoreTarget& target, int tileHeight, int count, int columns) {
   Geometry g;
   g.tileHeight = std::max(tileHeight, 1);
   g.tileWidth = std::max(1, static_cast<int>(static_cast<double>(target.width) / target.height * g.tileHeight));
   g.gap = g.tileHeight / 30;
-  g.width = g.gap + count * (g.tileWidth + g.gap);
-  g.height = g.tileHeight + 2 * g.gap;
+  count = std::max(count, 1);
+  g.rows = (count + columns - 1) / columns;
+  g.columns = (count + g.rows - 1) / g.rows;
+  g.width = g.gap + g.columns * (g.tileWidth + g.gap);
+  g.height = g.gap + g.rows * (g.tileHeight + g.gap);
   return g;
+}
+
+bool withinBound(const Geometry& g) {
+  return g.width <= maxSide && g.height <= maxSide && int64_t(g.width) * g.height <= maxPixels;
+}
+
+}  // namespace
+
+Geometry geometry(const StoreTarget& target, int tileHeight, int count) {
+  Geometry row = grid(target, tileHeight, count, std::max(count, 1));
+  if (withinBound(row)) return row;
+  // Shrinking by 3% a step: from 900 pixels to 1 takes about 220 steps of plain arithmetic.
+  for (double height = std::max(tileHeight, 1);; height *= 0.97) {
+    const int h = std::max(1, static_cast<int>(height));
+    const Geometry one = grid(target, h, 1, 1);
+    const int columns = std::max(1, (maxSide - one.gap) / (one.tileWidth + one.gap));
+    Geometry g = grid(target, h, count, columns);
+    if (withinBound(g) || h == 1) return g;
+  }
 }
 
 Sheet render(int count, const StoreTarget& target, int tileHeight, const std::function<Tile(size_t)>& makeTile) {
@@ -69,7 +95,7 @@ Sheet render(int count, const StoreTarget& target, int tileHeight, const std::fu
     Tile& tile = tiles[static_cast<size_t>(i)];
     sheet.reports.push_back(std::move(tile.report));
     if (!tile.image) continue;
-    Rect rect{static_cast<double>(g.tileX(i)), static_cast<double>(g.gap), static_cast<double>(g.tileWidth),
+    Rect rect{static_cast<double>(g.tileX(i)), static_cast<double>(g.tileY(i)), static_cast<double>(g.tileWidth),
               static_cast<double>(g.tileHeight)};
     CairoSaved saved(cr);
     addRoundedRect(cr, rect, 0.05 * g.tileWidth);

@@ -1,5 +1,8 @@
 // ContactSheet: the whole set side by side, as on a store page: every slide rendered at full
-// size, shrunk to a tile, and laid in one row on a light grey ground with rounded tiles.
+// size, shrunk to a tile, and laid in one row on a light grey ground with rounded tiles. A set
+// too long for one row within the sheet's bound (maxSide pixels a side, maxPixels in all) wraps
+// into rows of equal length, read left to right and top to bottom, and its tiles shrink as far
+// as it takes to fit; so a sheet of any number of slides can be drawn.
 //
 //   ContactSheet::Sheet sheet = ContactSheet::render(project, root, target, "en-US", renderer, 900);
 //
@@ -9,6 +12,7 @@
 #include "kit/image/image.h"
 #include "kit/render/render_report.h"
 
+#include <cstdint>
 #include <functional>
 #include <string>
 #include <vector>
@@ -32,15 +36,24 @@ struct Tile {
   RenderReport report;
 };
 
-/// The measures of a sheet of `count` tiles `tileHeight` pixels high for a target.
+/// The most pixels on a side of a sheet.
+inline constexpr int maxSide = 16384;
+/// The most pixels of a sheet, 2^25: 128 MB of canvas, and as much again in tiles.
+inline constexpr int64_t maxPixels = int64_t(1) << 25;
+
+/// The measures of a sheet of `count` tiles for a target: one row of tiles `tileHeight` pixels
+/// high when it fits the bound, else rows of smaller tiles that do.
 struct Geometry {
   int tileWidth = 0;
   int tileHeight = 0;
   int gap = 0;
+  int columns = 1;  ///< tiles in a row
+  int rows = 1;
   int width = 0;
   int height = 0;
   /// Where tile `index` goes.
-  int tileX(int index) const { return gap + index * (tileWidth + gap); }
+  int tileX(int index) const { return gap + (index % columns) * (tileWidth + gap); }
+  int tileY(int index) const { return gap + (index / columns) * (tileHeight + gap); }
 };
 Geometry geometry(const StoreTarget& target, int tileHeight, int count);
 

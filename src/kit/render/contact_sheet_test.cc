@@ -128,5 +128,60 @@ TEST(ContactSheet, NoSlidesIsInvalid) {
   }
 }
 
+TEST(ContactSheet, HundredFiftySlidesWrapIntoRowsWithinTheBoundAndEverySlideShows) {
+  StoreTarget target = smallTarget(1320, 2868);
+  constexpr int count = 150;
+  auto colorOf = [](int i) { return RGBColor{i / 255.0, (255 - i) / 255.0, (i * 7 % 256) / 255.0, 1}; };
+  auto hexOf = [](int i) { return static_cast<uint32_t>(i << 16 | (255 - i) << 8 | (i * 7 % 256)); };
+  ContactSheet::Sheet sheet = ContactSheet::render(count, target, 900, [&](size_t i) {
+    ContactSheet::Tile tile = flatTile(colorOf(static_cast<int>(i)), 132, 287);
+    tile.report.slide = "s" + std::to_string(i);
+    return tile;
+  });
+  // In one row this was a 66630 × 960 canvas.
+  EXPECT_LE(sheet.image.width(), ContactSheet::maxSide);
+  EXPECT_LE(sheet.image.height(), ContactSheet::maxSide);
+  EXPECT_LE(int64_t(sheet.image.width()) * sheet.image.height(), ContactSheet::maxPixels);
+  const ContactSheet::Geometry g = ContactSheet::geometry(target, 900, count);
+  EXPECT_EQ(sheet.image.width(), g.width);
+  EXPECT_EQ(sheet.image.height(), g.height);
+  EXPECT_GT(g.rows, 1);
+  EXPECT_GE(g.rows * g.columns, count);
+  ASSERT_EQ(sheet.reports.size(), size_t(count));
+  for (int i = 0; i < count; ++i) {
+    EXPECT_EQ(sheet.reports[size_t(i)].slide, "s" + std::to_string(i));
+    // Every slide has its own tile, in reading order: its colour at the tile's centre.
+    EXPECT_EQ(rgbAt(sheet.image, g.tileX(i) + g.tileWidth / 2, g.tileY(i) + g.tileHeight / 2), hexOf(i)) << i;
+  }
+  // The rows are read left to right: the second row starts under the first.
+  EXPECT_EQ(g.tileX(g.columns), g.tileX(0));
+  EXPECT_GT(g.tileY(g.columns), g.tileY(0) + g.tileHeight);
+}
+
+TEST(ContactSheet, AnyNumberOfSlidesFitsTheBoundWithTilesInside) {
+  for (StoreTarget target : {smallTarget(1320, 2868), smallTarget(2868, 1320), smallTarget(2064, 2752)}) {
+    for (int count : {1, 2, 12, 36, 37, 150, 999, 5000, 40000}) {
+      const ContactSheet::Geometry g = ContactSheet::geometry(target, 900, count);
+      EXPECT_LE(g.width, ContactSheet::maxSide) << count;
+      EXPECT_LE(g.height, ContactSheet::maxSide) << count;
+      EXPECT_LE(int64_t(g.width) * g.height, ContactSheet::maxPixels) << count;
+      EXPECT_GE(g.rows * g.columns, count);
+      EXPECT_LT((g.rows - 1) * g.columns, count) << "no empty row";
+      EXPECT_LE(g.tileX(count - 1) + g.tileWidth, g.width);
+      EXPECT_LE(g.tileY(count - 1) + g.tileHeight, g.height);
+    }
+  }
+}
+
+TEST(ContactSheet, SetThatFitsOneRowStaysInOneRowAtItsTileHeight) {
+  StoreTarget target = smallTarget(1320, 2868);
+  const ContactSheet::Geometry g = ContactSheet::geometry(target, 900, 10);
+  EXPECT_EQ(g.rows, 1);
+  EXPECT_EQ(g.columns, 10);
+  EXPECT_EQ(g.tileHeight, 900);
+  EXPECT_EQ(g.width, 30 + 10 * 444);
+  EXPECT_EQ(g.height, 960);
+}
+
 }  // namespace
 }  // namespace vorno

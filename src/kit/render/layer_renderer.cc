@@ -15,6 +15,7 @@
 #include "kit/image/image_cache.h"
 #include "kit/layout/component_painter.h"
 #include "kit/render/image_drawing.h"
+#include "kit/render/layer_bounds.h"
 #include "kit/render/shadow.h"
 #include "kit/render/shape_drawing.h"
 #include "kit/render/symbol_drawing.h"
@@ -138,14 +139,22 @@ Image renderAt(const ElementLayout& element, double scale, double offsetX, doubl
 
 }  // namespace
 
-Image render(const ElementLayout& element, double scale) {
+Image render(const ElementLayout& original, double scale) {
+  const std::optional<ElementLayout> clamped = LayerBounds::clamped(original);
+  const ElementLayout& element = LayerBounds::drawn(original, clamped);
   scale = clampedScale(scale);
+  // A layer past the bound is drawn smaller; whoever places it stretches it to its rectangle.
+  scale *= LayerBounds::resolution(element, scale);
   const Rect rect = element.layerRect();
   return renderAt(element, scale, 0, 0, pixels(scale * rect.width), pixels(scale * rect.height));
 }
 
-Image render(const ElementLayout& element, double scale, double offsetX, double offsetY) {
+Image render(const ElementLayout& original, double scale, double offsetX, double offsetY) {
+  const std::optional<ElementLayout> clamped = LayerBounds::clamped(original);
+  const ElementLayout& element = LayerBounds::drawn(original, clamped);
   scale = clampedScale(scale);
+  // A reduced layer is stretched into place, never copied onto the pixel grid: it has no phase.
+  if (LayerBounds::resolution(element, scale) < 1) return render(element, scale);
   const Rect rect = element.layerRect();
   offsetX = std::isfinite(offsetX) ? std::clamp(offsetX, 0.0, 0.999) : 0;
   offsetY = std::isfinite(offsetY) ? std::clamp(offsetY, 0.0, 0.999) : 0;

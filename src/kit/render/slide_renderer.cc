@@ -8,6 +8,7 @@
 #include "kit/render/blend_operator.h"
 
 #include "kit/image/canvas.h"
+#include "kit/render/layer_bounds.h"
 #include "kit/render/layer_cache.h"
 #include "kit/render/layer_renderer.h"
 #include "kit/util/vorno_error.h"
@@ -31,7 +32,9 @@ int pixels(double scale, double length) { return std::max(1, static_cast<int>(sc
 // The rectangle used to decide whether an element reaches a slice: its layer rectangle (bleed
 // included, so a blur that reaches in keeps it), scaled by drawScale, and for a turned element
 // the square that holds it at any angle.
-Rect cullingRect(const ElementLayout& element) {
+Rect cullingRect(const ElementLayout& original) {
+  const std::optional<ElementLayout> clamped = LayerBounds::clamped(original);
+  const ElementLayout& element = LayerBounds::drawn(original, clamped);
   Rect rect = element.layerRect();
   if (element.drawScale != 1) rect = rect.scaledAboutCenter(element.drawScale);
   if (element.rotation != 0) {
@@ -83,6 +86,8 @@ struct AlignedSpot {
 
 std::optional<AlignedSpot> alignedSpot(const ElementLayout& element, double x0, double y0, double scale) {
   if (element.rotation != 0) return std::nullopt;
+  // A layer past the bound is drawn smaller and stretched into place: it has no pixel grid.
+  if (LayerBounds::resolution(element, scale * element.drawScale) < 1) return std::nullopt;
   AlignedSpot spot;
   Rect rect = element.layerRect();
   double shrink = 1 - element.drawScale;
@@ -160,7 +165,9 @@ std::optional<AlignedSpot> alignedSpot(cairo_t* cr, const ElementLayout& element
 // the pixel grid. With one: a cached layer drawn at the element's phase on the pixel grid when it
 // is unturned, else the cached layer resampled into place (it serves any position). A planned
 // cache that expects no second use of the layer is no help: the element is drawn as without one.
-void drawElement(cairo_t* cr, const ElementLayout& element, double scale, LayerCache* cache) {
+void drawElement(cairo_t* cr, const ElementLayout& original, double scale, LayerCache* cache) {
+  const std::optional<ElementLayout> clamped = LayerBounds::clamped(original);
+  const ElementLayout& element = LayerBounds::drawn(original, clamped);
   const std::optional<AlignedSpot> spot = alignedSpot(cr, element, scale);
   if (cache && !cache->worthKeeping(cacheKey(element, spot, scale))) cache = nullptr;
   if (!cache && element.rotation == 0 && element.drawScale == 1 && !element.blend && element.fade >= 1 &&
@@ -253,8 +260,10 @@ std::vector<std::string> SlideRenderer::layerKeys(const ComposedSlide& composed,
   // The matrix `composite` sets: scaled, then moved to the slice (as cairo composes them).
   const double x0 = -slice * W * scale, y0 = 0;
   std::vector<std::string> keys;
-  for (const auto& element : composed.elements) {
-    if (!reachesSlice(element, slice, composed.target) || element.fade <= 0) continue;
+  for (const auto& original : composed.elements) {
+    if (!reachesSlice(original, slice, composed.target) || original.fade <= 0) continue;
+    const std::optional<ElementLayout> clamped = LayerBounds::clamped(original);
+    const ElementLayout& element = LayerBounds::drawn(original, clamped);
     const std::optional<AlignedSpot> spot = alignedSpot(element, x0, y0, scale);
     if (spot && spot->empty) continue;
     keys.push_back(cacheKey(element, spot, scale));
@@ -310,6 +319,10 @@ RenderReport SlideRenderer::report(const ComposedSlide& composed, const Image& i
                                static_cast<int>(std::lround(frame.height)), element.rotation});
   }
   report.issues = composed.issues;
+  IssueSink reductions(composed.slideID, composed.target.id, composed.locale);
+  for (const auto& element : composed.elements)
+    if (reachesSlice(element, slice, composed.target)) LayerBounds::reportReductions(element, reductions);
+  for (Issue& issue : reductions.take()) report.issues.push_back(std::move(issue));
   return report;
 }
 

@@ -12,6 +12,7 @@
 
 #include <algorithm>
 #include <array>
+#include <optional>
 
 namespace vorno {
 namespace TextInternal {
@@ -27,6 +28,30 @@ std::string sanitized(std::string_view text) {
   std::string out = valid;
   g_free(valid);
   return out;
+}
+
+namespace {
+
+// Where the character after the first `count` characters of valid UTF-8 begins; nothing when
+// the text is no longer than that.
+std::optional<size_t> cutAfter(std::string_view text, size_t count) {
+  const char* p = text.data();
+  const char* end = text.data() + text.size();
+  for (size_t n = 0; p < end; ++n, p = g_utf8_next_char(p)) {
+    if (n == count) return static_cast<size_t>(p - text.data());
+  }
+  return std::nullopt;
+}
+
+}  // namespace
+
+std::string bounded(std::string text) {
+  if (text.size() <= TextLayout::maxCharacters) return text;  // fewer bytes, so fewer characters
+  if (auto cut = cutAfter(text, TextLayout::maxCharacters)) {
+    text.resize(*cut);
+    text += "…";
+  }
+  return text;
 }
 
 std::string uppercased(std::string_view text) {
@@ -149,8 +174,14 @@ RGBColor onColor(const RGBColor& color) {
   return kInk.contrast(color) > RGBColor::white().contrast(color) ? kInk : RGBColor::white();
 }
 
+bool isCut(std::string_view text) {
+  if (text.size() <= maxCharacters) return false;  // fewer bytes, so fewer characters
+  const std::string clean = TextInternal::sanitized(text);
+  return g_utf8_strlen(clean.data(), static_cast<gssize>(clean.size())) > static_cast<glong>(maxCharacters);
+}
+
 AttributedText attributed(std::string_view input, const Style& style) {
-  std::string text = TextInternal::sanitized(input);
+  std::string text = TextInternal::bounded(TextInternal::sanitized(input));
   if (style.uppercase) text = TextInternal::uppercased(text);
 
   // The colours, once for the whole text.

@@ -3,6 +3,7 @@
 #pragma once
 
 #include "kit/text/text_layout.h"
+#include "kit/text/text_length.h"
 
 #include <string>
 #include <string_view>
@@ -12,6 +13,9 @@ namespace vorno::TextInternal {
 
 /// Valid UTF-8 without NUL bytes: invalid bytes become U+FFFD, NULs are dropped.
 std::string sanitized(std::string_view text);
+/// The text cut after TextLayout::maxCharacters characters, with "…" where it was cut; a
+/// shorter text as it is. Every layout starts from this, so no document makes one unbounded.
+std::string bounded(std::string text);
 /// Upper-cased by Unicode's locale-independent rules ("ß" becomes "SS").
 std::string uppercased(std::string_view text);
 /// Split on "\n", empty lines kept.

@@ -75,11 +75,12 @@ thread_local RecentWidths recentWidths;
 bool isBlank(gunichar c) { return g_unichar_isspace(c) || c == '\n' || c == '\r'; }
 
 /// Whether the visible text of `line` holds no line-break opportunity: one word, or one CJK
-/// character together with the punctuation that may not be parted from it.
-bool isSinglePiece(const char* text, const PangoLogAttr* attrs, int attrCount, const PangoLayoutLine* line) {
+/// character together with the punctuation that may not be parted from it. `offset` is the
+/// character index of the line's first byte.
+bool isSinglePiece(const char* text, const PangoLogAttr* attrs, int attrCount, const PangoLayoutLine* line,
+                   int offset) {
   const char* start = text + line->start_index;
   const char* end = start + line->length;
-  int offset = static_cast<int>(g_utf8_pointer_to_offset(text, start));
   int first = -1, last = -1;
   for (const char* p = start; p < end; p = g_utf8_next_char(p), ++offset) {
     if (isBlank(g_utf8_get_char(p))) continue;
@@ -105,12 +106,19 @@ int shortLastLines(PangoLayout* layout) {
   int attrCount = 0;
   const PangoLogAttr* attrs = pango_layout_get_log_attrs_readonly(layout, &attrCount);
   int count = 0;
+  // Character offsets are counted along as the lines go by: counting from the text's start for
+  // each line would make a text of many paragraphs cost the square of its length.
+  int offset = 0;
+  const char* counted = text;
   for (GSList* l = pango_layout_get_lines_readonly(layout); l; l = l->next) {
     auto* line = static_cast<PangoLayoutLine*>(l->data);
     auto* next = l->next ? static_cast<PangoLayoutLine*>(l->next->data) : nullptr;
+    const char* start = text + line->start_index;
+    offset += static_cast<int>(g_utf8_pointer_to_offset(counted, start));
+    counted = start;
     // The last line of a paragraph that took more than one line.
     bool endsParagraph = !next || next->is_paragraph_start;
-    if (endsParagraph && !line->is_paragraph_start && isSinglePiece(text, attrs, attrCount, line)) ++count;
+    if (endsParagraph && !line->is_paragraph_start && isSinglePiece(text, attrs, attrCount, line, offset)) ++count;
   }
   return count;
 }

@@ -19,6 +19,8 @@
 namespace vorno {
 namespace {
 
+thread_local uint64_t laidBytes = 0;
+
 constexpr double kScale = PANGO_SCALE;
 // Pango keeps sizes and widths in ints of 1/1024 pixel: these bounds keep them from overflowing
 // whatever a document asks for.
@@ -116,6 +118,31 @@ void setWrapWidth(PangoLayout* layout, const std::vector<TextLayout::TextRun>& r
   pango_layout_set_wrap(layout, PANGO_WRAP_WORD_CHAR);
 }
 
+/// The left and right ends, from the line's origin, of the characters from byte `start` up to
+/// `end`: one walk over the line's glyphs. Asking Pango for the x of each character instead
+/// walks the run up to it every time, which made a line of n characters cost n² (a 50 KB word
+/// took seconds per layout).
+std::pair<double, double> contentExtent(PangoLayoutLine* pl, int start, int end) {
+  int x = 0, minX = 0, maxX = 0;
+  bool any = false;
+  for (GSList* r = pl->runs; r; r = r->next) {
+    auto* run = static_cast<PangoGlyphItem*>(r->data);
+    const PangoGlyphString* glyphs = run->glyphs;
+    for (int i = 0; i < glyphs->num_glyphs; ++i) {
+      const int width = glyphs->glyphs[i].geometry.width;
+      const int cluster = run->item->offset + glyphs->log_clusters[i];
+      if (cluster >= start && cluster < end) {
+        const int a = std::min(x, x + width), b = std::max(x, x + width);
+        minX = any ? std::min(minX, a) : a;
+        maxX = any ? std::max(maxX, b) : b;
+        any = true;
+      }
+      x += width;
+    }
+  }
+  return {pixels(minX), pixels(maxX)};
+}
+
 }  // namespace
 
 LaidText::LaidText(const TextLayout::AttributedText& text, double width, Breaking breaking) : runs_(text.runs) {
@@ -132,6 +159,7 @@ LaidText::LaidText(const TextLayout::AttributedText& text, double width, Breakin
     setWrapWidth(layout_, runs_, width);
     if (breaking == Breaking::balanced) extraLayouts_ = BalancedBreaks::rebreak(layout_);
   }
+  laidBytes += string_.size() * static_cast<uint64_t>(1 + extraLayouts_);
   if (string_.empty()) return;
   measureLines(text.alignment, wraps ? std::optional<double>(width) : std::nullopt);
 }
@@ -141,8 +169,11 @@ void LaidText::measureLines(TextAlign alignment, std::optional<double> boxWidth)
   double top = 0;
   const TextLayout::TextRun* faceRun = nullptr;
   std::optional<double> faceDescent;
-  for (int index = 0; index < count; ++index) {
-    PangoLayoutLine* pl = pango_layout_get_line_readonly(layout_, index);
+  // The lines are read off Pango's list in one walk: asking for each by index walks the list
+  // up to it every time.
+  GSList* next = pango_layout_get_lines_readonly(layout_);
+  for (int index = 0; index < count && next; ++index, next = next->next) {
+    auto* pl = static_cast<PangoLayoutLine*>(next->data);
     LaidLine line;
     line.start = pl->start_index;
     line.length = pl->length;
@@ -176,17 +207,7 @@ void LaidText::measureLines(TextAlign alignment, std::optional<double> boxWidth)
          p = g_utf8_next_char(p)) {
       if (!isBlank(g_utf8_get_char(p))) contentEnd = static_cast<int>(g_utf8_next_char(p) - string_.data());
     }
-    double minX = 0, maxX = 0;
-    bool any = false;
-    for (const char* p = string_.data() + line.start; p < string_.data() + contentEnd; p = g_utf8_next_char(p)) {
-      int at = static_cast<int>(p - string_.data()), lead = 0, trail = 0;
-      pango_layout_line_index_to_x(pl, at, FALSE, &lead);
-      pango_layout_line_index_to_x(pl, at, TRUE, &trail);
-      double a = pixels(std::min(lead, trail)), b = pixels(std::max(lead, trail));
-      minX = any ? std::min(minX, a) : a;
-      maxX = any ? std::max(maxX, b) : b;
-      any = true;
-    }
+    auto [minX, maxX] = contentExtent(pl, line.start, contentEnd);
     line.contentMinX = minX;
     line.trailingWhitespace = std::max(0.0, line.width - (maxX - minX));
 
@@ -201,7 +222,7 @@ void LaidText::measureLines(TextAlign alignment, std::optional<double> boxWidth)
     }
     line.origin = {left - minX, line.top + line.height - line.descent};
     lines_.push_back(line);
-    pangoIndex_.push_back(index);
+    pangoLines_.push_back(pl);
   }
   height_ = top;
 }
@@ -257,6 +278,8 @@ std::optional<double> LaidText::ownDescent(const TextLayout::TextRun& run) const
   return std::isfinite(descent) ? std::optional<double>(descent) : std::nullopt;
 }
 
+uint64_t LaidText::bytesLaid() { return laidBytes; }
+
 LaidText::~LaidText() {
   if (layout_) g_object_unref(layout_);
 }
@@ -270,7 +293,7 @@ double LaidText::contentWidth() const {
 PangoLayoutLine* LaidText::pangoLine(const LaidLine& line) const {
   size_t i = static_cast<size_t>(&line - lines_.data());
   if (i >= lines_.size()) return nullptr;
-  return pango_layout_get_line_readonly(layout_, pangoIndex_[i]);
+  return pangoLines_[i];
 }
 
 double LaidText::offsetForIndex(const LaidLine& line, int byteIndex) const {
@@ -335,9 +358,8 @@ std::optional<double> LaidText::capHeightAt(const LaidLine& line, int byteIndex)
 }
 
 std::string LaidText::faceFamilyAt(int byteIndex) const {
-  int count = pango_layout_get_line_count(layout_);
-  for (int i = 0; i < count; ++i) {
-    if (PangoFont* font = fontAt(pango_layout_get_line_readonly(layout_, i), byteIndex)) {
+  for (GSList* l = pango_layout_get_lines_readonly(layout_); l; l = l->next) {
+    if (PangoFont* font = fontAt(static_cast<PangoLayoutLine*>(l->data), byteIndex)) {
       PangoFontDescription* desc = pango_font_describe(font);
       std::string family = pango_font_description_get_family(desc) ? pango_font_description_get_family(desc) : "";
       pango_font_description_free(desc);

@@ -25,6 +25,7 @@
 #include "kit/text/text_layout.h"
 #include "kit/util/geometry.h"
 
+#include <cstdint>
 #include <optional>
 #include <string>
 #include <vector>
@@ -83,6 +84,9 @@ class LaidText {
   int unknownGlyphsCount() const;
   /// Layouts that balanced breaking took beyond the first one.
   int extraLayouts() const { return extraLayouts_; }
+  /// Bytes of text this thread has handed to Pango, once per layout and re-layout: the work of
+  /// laying out type, which tests read to see that it stays bounded whatever a document holds.
+  static uint64_t bytesLaid();
 
   /// Adds the outlines of a line to the current path of `cr`, its origin placed at (x, y) plus the
   /// line's origin, sheared about the baseline by `shear` (tan of the slant; positive leans right).
@@ -103,7 +107,7 @@ class LaidText {
   std::vector<int> runStarts_;  ///< byte offset of every run
   PangoLayout* layout_ = nullptr;
   std::vector<LaidLine> lines_;
-  std::vector<int> pangoIndex_;  ///< the Pango line of every laid line
+  std::vector<PangoLayoutLine*> pangoLines_;  ///< the Pango line of every laid line, owned by layout_
   double height_ = 0;
   int extraLayouts_ = 0;
 };

@@ -87,7 +87,7 @@ int lineCount(const AttributedText& text, double width) {
 }
 
 double widestWord(std::string_view input, const Style& style) {
-  std::string text = TextInternal::sanitized(input);
+  std::string text = TextInternal::bounded(TextInternal::sanitized(input));
   if (style.uppercase) text = TextInternal::uppercased(text);
   // Every word becomes its own paragraph of one layout without wrapping: one Pango layout for
   // the whole text instead of one per word.
