@@ -85,6 +85,21 @@ TEST_F(CaptureCommand, ANameLikeHomeSlash1FailsWithItsSentenceAndTouchesNoDevice
   EXPECT_FALSE(fs::exists(package / "captures" / "de-DE" / "home"));
 }
 
+TEST_F(CaptureCommand, ACapturesFolderThatLinksOutsideIsRefusedAndNothingIsWrittenThere) {
+  sdk.addScreen(solidPNG(1080, 2340, 0x3478F6));
+  const fs::path outside = folder.path() / "outside";
+  fs::create_directories(outside);
+  fs::remove_all(package / "captures");
+  fs::create_symlink(outside, package / "captures");
+  ProcessResult result = vorno({"capture", "home", "--platform", "android"});
+  EXPECT_EQ(result.status, 1);
+  EXPECT_EQ(result.err, "Error: The folder " + (package / "captures").string() +
+                            " is a symbolic link. Vorno writes only inside the package and never through a link: make "
+                            "it a real folder, or remove it, and try again.\n");
+  EXPECT_TRUE(fs::is_empty(outside));
+  EXPECT_TRUE(sdk.shots().empty()) << "the device was asked before the refusal";
+}
+
 TEST_F(CaptureCommand, WithoutXcrunAnIOSCaptureEndsInOneSentenceAndStatus1) {
   if (fs::exists("/usr/bin/xcrun")) GTEST_SKIP() << "this machine has xcrun";
   ProcessResult result = vorno({"capture", "home", "--platform", "ios"});

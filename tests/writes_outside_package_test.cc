@@ -43,10 +43,12 @@ class WritesOutsidePackage : public ::testing::Test {
 
   fs::path canary() const { return folder_.path() / "canary.txt"; }
 
-  // Nothing beside the package but the canary, and the canary as it was.
-  void expectNothingOutside() const {
+  // Nothing beside the package but the canary (and `planted`, a folder the test made), and the
+  // canary as it was.
+  void expectNothingOutsideBut(const std::string& planted) const {
     for (const auto& entry : fs::directory_iterator(folder_.path()))
-      EXPECT_TRUE(entry.path() == root_ || entry.path() == canary() || entry.path().filename().string().starts_with("out"))
+      EXPECT_TRUE(entry.path() == root_ || entry.path() == canary() || entry.path().filename() == planted ||
+                  entry.path().filename().string().starts_with("out-"))
           << "written outside the package: " << entry.path();
     for (const auto& entry : fs::directory_iterator(folder_.path()))
       EXPECT_EQ(entry.path().filename().string().find("outside"), std::string::npos) << entry.path();
@@ -55,6 +57,7 @@ class WritesOutsidePackage : public ::testing::Test {
     text << in.rdbuf();
     EXPECT_EQ(text.str(), "untouched");
   }
+  void expectNothingOutside() const { expectNothingOutsideBut("out.png"); }
 
   ProcessResult render(const std::vector<std::string>& extra = {}) {
     std::vector<std::string> args{"render", "--project", root_.string()};
@@ -183,6 +186,136 @@ TEST_F(WritesOutsidePackage, OutThatIsARegularFileIsReplaced) {
   ProcessResult r = render({"--out", out.string()});
   EXPECT_EQ(r.status, 0) << r.err;
   EXPECT_GT(fs::file_size(out), 3u);
+  expectNothingOutside();
+}
+
+// Symbolic links inside the package: nothing is written through them.
+
+std::string linkedFolderRefusal(const fs::path& folder, const std::string& within = "the package") {
+  return "Error: The folder " + folder.string() + " is a symbolic link. Vorno writes only inside " + within +
+         " and never through a link: make it a real folder, or remove it, and try again.\n";
+}
+
+TEST_F(WritesOutsidePackage, RendersFolderThatLinksOutsideIsRefusedByRender) {
+  write(R"([{"id": "intro", "headline": "Hello"}])");
+  fs::create_directories(folder_.path() / "elsewhere");
+  fs::create_symlink(folder_.path() / "elsewhere", root_ / "renders");
+  ProcessResult r = render();
+  EXPECT_EQ(r.status, 1);
+  EXPECT_EQ(r.err, linkedFolderRefusal(root_ / "renders"));
+  EXPECT_TRUE(fs::is_empty(folder_.path() / "elsewhere"));
+  expectNothingOutsideBut("elsewhere");
+}
+
+TEST_F(WritesOutsidePackage, RenderFileThatLinksOutsideIsRefusedAndTheLinkStays) {
+  write(R"([{"id": "intro", "headline": "Hello"}])");
+  fs::create_directories(root_ / "renders");
+  const fs::path file = root_ / "renders" / "intro-ios.iphone-6.9-en-US.png";
+  fs::create_symlink(canary(), file);
+  ProcessResult r = render();
+  EXPECT_EQ(r.status, 1);
+  EXPECT_EQ(r.err, "Error: " + file.string() +
+                       " is a symbolic link. Vorno writes only inside the package and never through a link: remove the "
+                       "link and try again.\n");
+  EXPECT_TRUE(fs::is_symlink(fs::symlink_status(file)));
+  expectNothingOutside();
+}
+
+TEST_F(WritesOutsidePackage, OverviewIntoRendersThatLinksOutsideIsRefused) {
+  write(R"([{"id": "intro", "headline": "Hello"}])");
+  fs::create_directories(folder_.path() / "elsewhere");
+  fs::create_symlink(folder_.path() / "elsewhere", root_ / "renders");
+  ProcessResult r = runVorno({"overview", "--project", root_.string()});
+  EXPECT_EQ(r.status, 1);
+  EXPECT_EQ(r.err, linkedFolderRefusal(root_ / "renders"));
+  EXPECT_TRUE(fs::is_empty(folder_.path() / "elsewhere"));
+  expectNothingOutsideBut("elsewhere");
+}
+
+TEST_F(WritesOutsidePackage, ExportsFolderThatLinksOutsideIsRefusedBeforeAnythingIsWritten) {
+  write(R"([{"id": "intro", "headline": "Hello"}])");
+  fs::create_directories(folder_.path() / "elsewhere");
+  fs::create_symlink(folder_.path() / "elsewhere", root_ / "exports");
+  ProcessResult r = runVorno({"export", "--project", root_.string()});
+  EXPECT_EQ(r.status, 1);
+  EXPECT_EQ(r.err, linkedFolderRefusal(root_ / "exports"));
+  EXPECT_TRUE(fs::is_empty(folder_.path() / "elsewhere"));
+  expectNothingOutsideBut("elsewhere");
+}
+
+TEST_F(WritesOutsidePackage, ExportSubFolderThatLinksOutsideIsRefusedBeforeAnythingIsWritten) {
+  write(R"([{"id": "intro", "headline": "Hello"}])");
+  fs::create_directories(root_ / "exports");
+  fs::create_directories(folder_.path() / "elsewhere");
+  fs::create_symlink(folder_.path() / "elsewhere", root_ / "exports" / "ios");
+  ProcessResult r = runVorno({"export", "--project", root_.string()});
+  EXPECT_EQ(r.status, 1);
+  EXPECT_EQ(r.err, linkedFolderRefusal(root_ / "exports" / "ios"));
+  EXPECT_TRUE(fs::is_empty(folder_.path() / "elsewhere"));
+  EXPECT_FALSE(fs::exists(root_ / "exports" / ".vorno-export.json")) << "the manifest was written before the refusal";
+  expectNothingOutsideBut("elsewhere");
+}
+
+TEST_F(WritesOutsidePackage, FastlaneExportFolderThatLinksOutsideIsRefused) {
+  write(R"([{"id": "intro", "headline": "Hello"}])");
+  fs::create_directories(root_ / "exports" / "fastlane");
+  fs::create_directories(folder_.path() / "elsewhere");
+  fs::create_symlink(folder_.path() / "elsewhere", root_ / "exports" / "fastlane" / "screenshots");
+  ProcessResult r = runVorno({"export", "--project", root_.string(), "--layout", "fastlane"});
+  EXPECT_EQ(r.status, 1);
+  EXPECT_EQ(r.err, linkedFolderRefusal(root_ / "exports" / "fastlane" / "screenshots"));
+  EXPECT_TRUE(fs::is_empty(folder_.path() / "elsewhere"));
+  expectNothingOutsideBut("elsewhere");
+}
+
+TEST_F(WritesOutsidePackage, VariantExportFolderThatLinksOutsideStopsAllVariantsBeforeAnyLook) {
+  write(R"([{"id": "intro", "headline": "Hello"}])",
+        R"(, "variants": [{"id": "green", "patch": {"theme": {"accent": "#00AA00"}}}])");
+  fs::create_directories(root_ / "exports");
+  fs::create_directories(folder_.path() / "elsewhere");
+  fs::create_symlink(folder_.path() / "elsewhere", root_ / "exports" / "variants");
+  ProcessResult r = runVorno({"export", "--project", root_.string(), "--all-variants"});
+  EXPECT_EQ(r.status, 1);
+  EXPECT_EQ(r.err, linkedFolderRefusal(root_ / "exports" / "variants"));
+  EXPECT_TRUE(fs::is_empty(folder_.path() / "elsewhere"));
+  EXPECT_FALSE(fs::exists(root_ / "exports" / "ios")) << "the base look was exported before the refusal";
+  expectNothingOutsideBut("elsewhere");
+}
+
+TEST_F(WritesOutsidePackage, LayersFolderThatIsALinkIsRefused) {
+  write(R"([{"id": "intro", "headline": "Hello"}])");
+  fs::create_directories(folder_.path() / "elsewhere");
+  fs::create_symlink(folder_.path() / "elsewhere", root_ / "layers");
+  ProcessResult r = render({"--layers", (root_ / "layers").string()});
+  EXPECT_EQ(r.status, 1);
+  EXPECT_EQ(r.err, linkedFolderRefusal(root_ / "layers", "the layers folder"));
+  EXPECT_TRUE(fs::is_empty(folder_.path() / "elsewhere"));
+  expectNothingOutsideBut("elsewhere");
+}
+
+TEST_F(WritesOutsidePackage, LayerFileThatIsALinkIsRefusedAndWhatItPointsAtKeepsItsBytes) {
+  write(R"([{"id": "intro", "headline": "Hello"}])");
+  fs::create_directories(root_ / "layers");
+  fs::create_symlink(canary(), root_ / "layers" / "layers.json");
+  ProcessResult r = render({"--layers", (root_ / "layers").string()});
+  EXPECT_EQ(r.status, 1);
+  EXPECT_EQ(r.err, "Error: " + (root_ / "layers" / "layers.json").string() +
+                       " is a symbolic link. Vorno writes only inside the layers folder and never through a link: "
+                       "remove the link and try again.\n");
+  EXPECT_FALSE(fs::exists(root_ / "layers" / "00-background.png")) << "a layer was written before the refusal";
+  expectNothingOutside();
+}
+
+TEST_F(WritesOutsidePackage, OverviewOfAllVariantsRefusesABadVariantBeforeTheFirstSheet) {
+  write(R"([{"id": "intro", "headline": "Hello"}])",
+        R"(, "variants": [{"id": "green", "patch": {"theme": {"accent": "#00AA00"}}},
+                          {"id": "../../outside-look", "patch": {}}])");
+  ProcessResult r = runVorno({"overview", "--project", root_.string(), "--all-variants"});
+  EXPECT_EQ(r.status, 1);
+  EXPECT_EQ(r.err, refusal("Variant id", "../../outside-look"));
+  EXPECT_EQ(r.out, "");
+  EXPECT_FALSE(fs::exists(root_ / "renders" / "overview-ios.iphone-6.9-en-US.png"));
+  EXPECT_FALSE(fs::exists(root_ / "renders" / "overview-ios.iphone-6.9-en-US-green.png"));
   expectNothingOutside();
 }
 

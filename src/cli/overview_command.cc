@@ -20,6 +20,31 @@ namespace vorno::cli {
 
 namespace fs = std::filesystem;
 
+namespace {
+
+// One look's sheet, before it is drawn: the look's document, where and in what words, and its file.
+struct PlannedSheet {
+  Project project;
+  const StoreTarget* target = nullptr;
+  std::string locale;
+  fs::path path;
+};
+
+PlannedSheet planSheet(const ParsedArguments& args, const FileProjectStore& store, const Project& base,
+                const std::optional<std::string>& look, bool wordsOnly) {
+  Project project = base.resolved(look);
+  const StoreTarget& target = slideTarget(project, args.string("target"));
+  const std::string locale = runLocale(project, args.string("locale"));
+  if (wordsOnly) project = project.wordsOnly();
+  std::string name = "overview-" + target.id + "-" + locale + (wordsOnly ? "-words" : "");
+  if (look) name += "-" + *look;
+  fs::path path = outputPath(args.string("out"), store, name + ".png",
+                             {{target.id, "Target"}, {locale, "Locale"}, {look.value_or("base"), "Variant id"}});
+  return {std::move(project), &target, locale, std::move(path)};
+}
+
+}  // namespace
+
 int runOverview(const ParsedArguments& args) {
   FileProjectStore store(standardizePath(*args.string("project")));
   Project base = store.load();
@@ -34,19 +59,15 @@ int runOverview(const ParsedArguments& args) {
   if (args.flag("allVariants") && args.string("out") && looks.size() >= 2)
     throw UsageError("--out names one file; leave it out with --all-variants.");
 
+  // Every look is resolved and its file settled before the first sheet is drawn: a variant that
+  // can't be written stops the run before any sheet exists.
   const bool wordsOnly = args.flag("wordsOnly");
-  SlideRenderer renderer;
-  for (const auto& look : looks) {
-    Project project = base.resolved(look);
-    const StoreTarget& target = slideTarget(project, args.string("target"));
-    const std::string locale = runLocale(project, args.string("locale"));
-    if (wordsOnly) project = project.wordsOnly();
+  std::vector<PlannedSheet> sheets;
+  for (const auto& look : looks) sheets.push_back(planSheet(args, store, base, look, wordsOnly));
 
-    std::string name = "overview-" + target.id + "-" + locale + (wordsOnly ? "-words" : "");
-    if (look) name += "-" + *look;
-    fs::path path = outputPath(args.string("out"), store, name + ".png",
-                               {{target.id, "Target"}, {locale, "Locale"}, {look.value_or("base"), "Variant id"}});
-    ContactSheet::Sheet sheet = ContactSheet::render(project, store.root().string(), target, locale, renderer, 900);
+  SlideRenderer renderer;
+  for (const auto& [project, target, locale, path] : sheets) {
+    ContactSheet::Sheet sheet = ContactSheet::render(project, store.root().string(), *target, locale, renderer, 900);
     Images::write(sheet.image, path.string(), Images::ImageType::png);
     std::cout << path.string() << "\n";
     for (const auto& line : project.storyOutline(locale)) std::cout << line << "\n";

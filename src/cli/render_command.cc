@@ -19,6 +19,7 @@
 #include "kit/util/json_output.h"
 #include "kit/util/paths.h"
 #include "kit/util/vorno_error.h"
+#include "kit/util/write_paths.h"
 
 #include <nlohmann/json.hpp>
 #include <unicode/uchar.h>
@@ -64,18 +65,31 @@ std::string layerFileName(size_t index, const std::string& id) {
 
 namespace {
 
+constexpr const char* layersFolderName = "the layers folder";
+
+// The --layers folder as given, made when missing; the folders above it are the user's, as for
+// --out, but the folder itself must be a real one.
+fs::path layersFolder(const std::string& given) {
+  const fs::path folder = standardizePath(given);
+  if (folder == folder.root_path()) return folder;
+  return preparedWriteFolder(folder.parent_path(), folder.filename(), layersFolderName);
+}
+
 void writeLayers(const fs::path& folder, const Project& project, const fs::path& root, const Slide& slide,
                  const StoreTarget& target, const std::string& locale, const SlideRenderer& renderer) {
-  createFolders(folder);
   ComposedSlide composed = renderer.engine().layout(project, root.string(), slide, target, locale);
   auto layers = SlideRenderer::layers(composed, composed.focusIndex(), 1.0);
+  // Every file is looked at before the first is written, so a link among them stops the run whole.
+  std::vector<std::string> files;
+  for (size_t i = 0; i < layers.size(); ++i) files.push_back(layerFileName(i, layers[i].id));
+  for (const auto& file : files) checkedWritePath(folder, file, layersFolderName);
+  const fs::path index = checkedWritePath(folder, "layers.json", layersFolderName);
   Json list = Json::array();
   for (size_t i = 0; i < layers.size(); ++i) {
-    std::string file = layerFileName(i, layers[i].id);
-    Images::write(layers[i].image, (folder / file).string(), Images::ImageType::png);
-    list.push_back({{"file", file}, {"id", layers[i].id}, {"label", layers[i].label}});
+    Images::write(layers[i].image, checkedWritePath(folder, files[i], layersFolderName).string(),
+                  Images::ImageType::png);
+    list.push_back({{"file", files[i]}, {"id", layers[i].id}, {"label", layers[i].label}});
   }
-  fs::path index = folder / "layers.json";
   atomicWrite(index, documentJSON(list));
   std::cout << index.string() << "\n";
 }
@@ -148,6 +162,9 @@ int runRender(const ParsedArguments& args) {
   if (guides) name += "-guides";
   fs::path path = outputPath(args.string("out"), store, name + ".png",
                              {{slide->id, creative ? "Creative id" : "Slide id"}, {target->id, "Target"}, {locale, "Locale"}});
+  // The layers' folder is settled before the picture is written, so a refused folder writes nothing.
+  std::optional<fs::path> layers;
+  if (auto given = args.string("layers")) layers = layersFolder(*given);
 
   SlideRenderer renderer;
   RenderOutput output = renderer.render(project, store.root().string(), *slide, *target, locale, 1.0);
@@ -158,8 +175,7 @@ int runRender(const ParsedArguments& args) {
   for (const auto& issue : output.report.issues) std::cout << issue.description() << "\n";
   printElements(output.report);
 
-  if (auto layers = args.string("layers"))
-    writeLayers(fs::absolute(*layers), project, store.root(), *slide, *target, locale, renderer);
+  if (layers) writeLayers(*layers, project, store.root(), *slide, *target, locale, renderer);
   return 0;
 }
 

@@ -1,14 +1,17 @@
 // Where `render`, `overview` and `video` write. Both kinds of path are checked before anything is
 // drawn: a default name is made of ids and locales a person may have typed into project.json by
-// hand, so each passes FileName and can't climb out of renders/; a given --out must be a regular
-// file or nothing yet, because the write renames a new file over whatever is there, and a
-// device, a pipe, a folder or a link there is something the user never meant to lose.
+// hand, so each passes FileName and can't climb out of renders/, and renders/ and the file are
+// reached without passing a symbolic link (a cloned package may hold one pointing anywhere); a
+// given --out must be a regular file or nothing yet, because the write renames a new file over
+// whatever is there, and a device, a pipe, a folder or a link there is something the user never
+// meant to lose.
 #include "cli/render_paths.h"
 
 #include "kit/store/file_name.h"
 #include "kit/store/file_project_store.h"
 #include "kit/util/paths.h"
 #include "kit/util/vorno_error.h"
+#include "kit/util/write_paths.h"
 
 #include <sys/stat.h>
 
@@ -18,24 +21,13 @@ namespace fs = std::filesystem;
 
 namespace {
 
-// What a path names, in a user's words, when it isn't a regular file; empty when it is one.
-std::string notAFile(const struct stat& info) {
-  if (S_ISDIR(info.st_mode)) return "a folder";
-  if (S_ISLNK(info.st_mode)) return "a symbolic link";
-  if (S_ISFIFO(info.st_mode)) return "a named pipe";
-  if (S_ISCHR(info.st_mode) || S_ISBLK(info.st_mode)) return "a device";
-  if (S_ISSOCK(info.st_mode)) return "a socket";
-  if (!S_ISREG(info.st_mode)) return "not a regular file";
-  return "";
-}
-
 // A symbolic link is refused rather than followed or replaced: following it would write wherever
 // it points, outside what the user named, and renaming over it would silently turn their link
 // into a file. Refusing loses nothing and the sentence says what to give instead.
 void checkOut(const fs::path& path) {
   struct stat info {};
   if (::lstat(path.c_str(), &info) != 0) return;  // nothing there yet: the write creates it
-  const std::string what = notAFile(info);
+  const std::string what = notAFileKind(info.st_mode);
   if (what.empty()) return;
   throw VornoError::invalid("The path " + path.string() + " is " + what +
                             ", not a file. Give --out the path of a file, or leave --out off to write into renders/.");
@@ -54,8 +46,7 @@ fs::path outputPath(const std::optional<std::string>& out, const FileProjectStor
     return path;
   }
   for (const CheckedName& each : names) FileName::check(each.name, each.what);
-  createFolders(store.rendersDir());
-  return store.rendersDir() / name;
+  return preparedWritePath(store.root(), fs::path("renders") / name);
 }
 
 }  // namespace vorno::cli

@@ -28,7 +28,8 @@ struct CheckedName {
 
 /// A given --out as it stands: its folder must exist, and what is at the path, if anything, must
 /// be a regular file (not a folder, device, pipe or symbolic link). Else `name` in renders/, made
-/// when needed, after each of `names` has passed FileName::check.
+/// when needed, after each of `names` has passed FileName::check; neither renders/ nor the file
+/// may be a symbolic link.
 std::filesystem::path outputPath(const std::optional<std::string>& out, const FileProjectStore& store,
                                  const std::string& name, const std::vector<CheckedName>& names);
 

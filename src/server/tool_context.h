@@ -25,7 +25,8 @@ struct ToolContext {
   static ToolContext current();
 
   /// A path as an agent gives it: a leading tilde expanded, a relative path appended to the
-  /// working directory, then standardised.
+  /// working directory, then standardised. Every path a tool takes from its arguments (project,
+  /// source_path) comes through here; one holding a NUL is refused with a sentence.
   std::filesystem::path resolve(std::string_view path) const;
   /// The package store at `path`, resolved as above.
   FileProjectStore store(std::string_view path) const { return FileProjectStore(resolve(path)); }

@@ -6,6 +6,7 @@
 #include "kit/util/atomic_write.h"
 #include "kit/util/paths.h"
 #include "kit/util/vorno_error.h"
+#include "kit/util/write_paths.h"
 
 #include <cctype>
 #include <fstream>
@@ -122,7 +123,8 @@ std::string Capturer::capture(const FileProjectStore& store, const std::string& 
   if (appearance && *appearance != "dark" && *appearance != "light")
     throw VornoError::invalid("appearance must be dark or light.");
   const std::string relative = relativePath(name, locale);
-  const fs::path target = store.root() / relative;
+  // captures/ or the locale's folder may be a link planted in the package: refused, not followed.
+  const fs::path target = checkedWritePath(store.root(), relative);
 
   const Platform chosen = resolvePlatform(platform, device);
   if (chosenPlatform) *chosenPlatform = chosen;
@@ -152,7 +154,7 @@ std::string Capturer::recordVideo(const FileProjectStore& store, const std::stri
   FileName::check(locale, "Locale");
   if (!(seconds >= 1 && seconds <= 30)) throw VornoError::invalid("Record 1–30 seconds: a creative's loop is 5–30 s.");
   const std::string relative = "captures/" + locale + "/" + name + ".mov";
-  const fs::path target = store.root() / relative;
+  const fs::path target = checkedWritePath(store.root(), relative);
   createFolders(target.parent_path());
 
   const std::string udid = simctl.resolve(device).udid;

@@ -1,7 +1,8 @@
 // How an export runs: a sequence of passes, each simple. First everything that can be known
 // without drawing: the targets split into store slots and creative canvases, the creatives on
 // those canvases, the locales, and every name that becomes a path, so that a bad name fails before
-// a single file exists. Then the job list, one file each, in a fixed order (targets, locales,
+// a single file exists; and every place a file goes, walked from the package down, so that a
+// folder that is a symbolic link (exports/ios pointing elsewhere) fails before a file exists too. Then the job list, one file each, in a fixed order (targets, locales,
 // slides; then creatives, locales). Then one parallel loop over the jobs on the process pool:
 // lay out, draw once, write, read back. Results are placed by job index, so the summary's order
 // never depends on timing; only the first failure and nothing else is shared between jobs. Before
@@ -28,6 +29,7 @@
 #include "kit/util/paths.h"
 #include "kit/util/thread_pool.h"
 #include "kit/util/vorno_error.h"
+#include "kit/util/write_paths.h"
 #include "kit/video/video_exporter.h"
 
 #include <algorithm>
@@ -121,19 +123,148 @@ std::vector<Issue> Exporter::dedupe(const std::vector<Issue>& issues) {
   return out;
 }
 
+namespace {
+
+// Every job laid out, in parallel; a job that can't be keeps its failure for when it is drawn.
+struct LaidOut {
+  std::vector<ComposedSlide> composed;
+  std::vector<std::exception_ptr> failures;
+};
+
+LaidOut layOut(const std::vector<Job>& jobs, const Project& project, const std::string& root,
+               const SlideRenderer& renderer) {
+  LaidOut out{std::vector<ComposedSlide>(jobs.size()), std::vector<std::exception_ptr>(jobs.size())};
+  ThreadPool::parallelFor(jobs.size(), [&](size_t index) {
+    const Job& job = jobs[index];
+    try {
+      if (job.moving) {
+        // A creative in motion: its PNG is the poster, the moment of the loop chosen for the still.
+        const Motion& motion = *job.moving->motion;
+        std::optional<ComposedSlide> poster = MotionRenderer(renderer).layout(
+            project, root, *job.moving, job.locale, motion.frame(motion.posterTime()), &job.target);
+        if (!poster)
+          throw VornoError::invalid("Creative " + job.moving->id() + " is on canvas " + job.moving->canvas +
+                                    ", which Vorno doesn't know.");
+        out.composed[index] = std::move(*poster);
+      } else {
+        out.composed[index] = renderer.engine().layout(project, root, *job.slide, job.target, job.locale);
+      }
+    } catch (...) {
+      out.failures[index] = std::current_exception();
+    }
+  });
+  return out;
+}
+
+// Pictures are drawn locale by locale and slide by slide, each slide on all its targets in a
+// row, so a capture is decoded once and serves every picture that shows it while it is still in
+// the cache; creatives (the jobs from `slideJobs` on) come last.
+std::vector<size_t> drawingOrder(const std::vector<Job>& jobs, size_t slideJobs, const std::vector<std::string>& locales,
+                                 const Project& project) {
+  std::vector<size_t> order(jobs.size());
+  for (size_t i = 0; i < order.size(); ++i) order[i] = i;
+  auto rank = [&](size_t index) {
+    const Job& job = jobs[index];
+    const size_t locale = static_cast<size_t>(std::find(locales.begin(), locales.end(), job.locale) - locales.begin());
+    const bool creative = index >= slideJobs;
+    // A slide by its place in the project (its jobs on every target share it); a creative as listed.
+    const size_t item = creative ? index : static_cast<size_t>(job.slide - project.slides.data());
+    return std::tuple(creative, locale, item);
+  };
+  std::stable_sort(order.begin(), order.end(), [&](size_t a, size_t b) { return rank(a) < rank(b); });
+  return order;
+}
+
+// A file the run wrote, and what was found in it.
+struct Written {
+  const Job* job = nullptr;
+  std::vector<Issue> issues;
+};
+
+// The summary of a run whose files were all written, after the manifest's replacement, which
+// alone removes anything.
+ExportSummary finishRun(const fs::path& folder, ExportLayout layout, std::vector<Written>& written,
+                        std::vector<Issue> issues, const std::set<ExportManifest::Scope>& scopes) {
+  ExportSummary summary;
+  summary.directory = folder.string();
+  std::vector<ExportManifest::Entry> entries;
+  for (auto& [job, found] : written) {
+    summary.files.push_back((folder / job->path).string());
+    entries.push_back({job->path, layout, job->target.id, job->locale});
+    for (auto& issue : found) issues.push_back(std::move(issue));
+  }
+  for (const auto& removed : ExportManifest::replace(folder, entries, scopes))
+    summary.removed.push_back((folder / removed).string());
+  summary.issues = Exporter::dedupe(issues);
+  return summary;
+}
+
+// Where an export's files go, as a base that is taken as given and a path below it that is
+// walked part by part: the package and "exports/..." for the package's own folders, so that a
+// link planted at exports/ or anywhere below it is seen; a folder of the caller's own as it stands.
+struct WriteBase {
+  fs::path root;
+  fs::path prefix;
+
+  fs::path below(const std::string& path) const { return prefix / path; }
+};
+
+WriteBase writeBase(const fs::path& folder, const FileProjectStore& store) {
+  const fs::path root = standardizePath(store.root());
+  const std::string inner = folder.string(), outer = root.string() + "/";
+  if (inner.starts_with(outer)) return {root, folder.lexically_relative(root)};
+  return {folder, fs::path()};
+}
+
+// On record before the first file is placed: a run that stops part-way leaves no file unlisted.
+void announceRun(const WriteBase& base, const fs::path& folder, ExportLayout layout, const std::vector<Job>& jobs,
+                 const std::vector<Job>& videos) {
+  std::vector<ExportManifest::Entry> planned;
+  for (const auto* list : {&jobs, &videos})
+    for (const Job& job : *list) planned.push_back({job.path, layout, job.target.id, job.locale});
+  removeStaleTemporaries(preparedWritePath(base.root, base.below(ExportManifest::fileName)));
+  ExportManifest::announce(folder, planned);
+}
+
+// This run is the truth for every target and locale it covered, creative canvases included, so
+// the file of a creative that left the project goes too.
+std::set<ExportManifest::Scope> coveredScopes(const std::vector<StoreTarget>& slots,
+                                              const std::vector<StoreTarget>& canvases,
+                                              const std::vector<std::string>& locales, ExportLayout layout) {
+  std::set<ExportManifest::Scope> scopes;
+  for (const auto* list : {&slots, &canvases})
+    for (const auto& target : *list)
+      for (const auto& locale : locales) scopes.insert({layout, target.id, locale});
+  return scopes;
+}
+
+}  // namespace
+
+struct Exporter::Plan {
+  std::vector<StoreTarget> slots, canvases;
+  std::vector<std::string> locales;
+  fs::path folder;
+  WriteBase base;
+  std::vector<Job> jobs;
+  size_t slideJobs = 0;  // the jobs of slides come first, then those of creatives
+  std::vector<Job> videos;
+};
+
 ExportSummary Exporter::exportProject(const Project& project, const FileProjectStore& store,
                                       const std::optional<std::vector<StoreTarget>>& targets,
                                       const std::optional<std::vector<std::string>>& locales, ExportLayout layout,
                                       const std::optional<fs::path>& into) const {
-  return exportLook(project, store, targets, locales, layout, into, 0, 1);
+  return exportLook(plan(project, store, targets, locales, layout, into), project, store, layout, 0, 1);
 }
 
-ExportSummary Exporter::exportLook(const Project& project, const FileProjectStore& store,
-                                   const std::optional<std::vector<StoreTarget>>& targets,
-                                   const std::optional<std::vector<std::string>>& locales, ExportLayout layout,
-                                   const std::optional<fs::path>& into, size_t look, size_t looks) const {
+Exporter::Plan Exporter::plan(const Project& project, const FileProjectStore& store,
+                              const std::optional<std::vector<StoreTarget>>& targets,
+                              const std::optional<std::vector<std::string>>& locales, ExportLayout layout,
+                              const std::optional<fs::path>& into) {
+  Plan plan;
   // Targets: store slots on one side, creative canvases on the other.
-  std::vector<StoreTarget> slots, canvases;
+  std::vector<StoreTarget>& slots = plan.slots;
+  std::vector<StoreTarget>& canvases = plan.canvases;
   if (targets) {
     for (const auto& target : *targets) (target.isCreative() ? canvases : slots).push_back(target);
   } else {
@@ -148,22 +279,24 @@ ExportSummary Exporter::exportLook(const Project& project, const FileProjectStor
   for (const auto& creative : project.creatives)
     if (canvasIDs.count(creative.canvas)) creatives.push_back(&creative);
 
-  const std::vector<std::string> runLocales = locales ? *locales : project.locales;
-  const fs::path folder = standardizePath(into ? *into : store.exportsDir());
+  plan.locales = locales ? *locales : project.locales;
+  const std::vector<std::string>& runLocales = plan.locales;
+  plan.folder = standardizePath(into ? *into : store.exportsDir());
+  plan.base = writeBase(plan.folder, store);
 
   // Every name that becomes part of a path, before anything is drawn or written.
   for (const auto& slide : project.slides) FileName::check(slide.id, "Slide id");
   for (const auto* creative : creatives) FileName::check(creative->id(), "Creative id");
   for (const auto& locale : runLocales) FileName::check(locale, "Locale");
 
-  std::vector<Job> jobs;
+  std::vector<Job>& jobs = plan.jobs;
   for (const auto& target : slots)
     for (const auto& locale : runLocales)
       for (size_t i = 0; i < project.slides.size(); ++i) {
         const Slide& slide = project.slides[i];
         jobs.push_back({target, locale, &slide, path(layout, target, locale, static_cast<int>(i) + 1, slide), nullptr});
       }
-  const size_t slideJobs = jobs.size();
+  plan.slideJobs = jobs.size();
   for (const auto* creative : creatives) {
     // The canvas as the caller gave it (the catalogue's own unless a caller shrinks it).
     const StoreTarget* canvas = nullptr;
@@ -175,6 +308,28 @@ ExportSummary Exporter::exportLook(const Project& project, const FileProjectStor
       jobs.push_back({*canvas, locale, &creative->slide, creativePath(layout, *canvas, locale, creative->id(), "png"),
                       moves ? creative : nullptr});
   }
+  // The videos of creatives in motion, one at a time after every picture: each uses all cores.
+  for (const Job& job : jobs)
+    if (job.moving)
+      plan.videos.push_back({job.target, job.locale, job.slide,
+                             creativePath(layout, job.target, job.locale, job.moving->id(), "mp4"), job.moving});
+
+  // Every place a file goes, looked at before the first is written: a folder on the way that is
+  // a symbolic link (exports/ios pointing elsewhere) would carry the files, and the removals of
+  // the manifest's replacement, outside the package.
+  // Only links stop the run here: a file in the way of one job fails that job alone, as it writes.
+  checkedWritePath(plan.base.root, plan.base.below(ExportManifest::fileName));
+  for (const auto* list : {&plan.jobs, &plan.videos})
+    for (const Job& job : *list) refuseLinksOnTheWay(plan.base.root, plan.base.below(job.path));
+  return plan;
+}
+
+ExportSummary Exporter::exportLook(const Plan& plan, const Project& project, const FileProjectStore& store,
+                                   ExportLayout layout, size_t look, size_t looks) const {
+  const std::vector<Job>& jobs = plan.jobs;
+  const std::vector<Job>& videos = plan.videos;
+  const std::vector<std::string>& runLocales = plan.locales;
+  const fs::path& folder = plan.folder;
 
   // Memory: decoded captures stay within the export's budget (the drawing order below lets each
   // serve all its pictures soon after it is decoded); resampled captures each serve one picture,
@@ -190,63 +345,20 @@ ExportSummary Exporter::exportLook(const Project& project, const FileProjectStor
   // anything is drawn: a layer used more than once (a device across a spread) is drawn once and
   // let go after its last use; the others are drawn straight into their picture. Which way an
   // element is drawn depends on the whole job list alone, never on timing.
-  std::vector<ComposedSlide> composed(jobs.size());
-  std::vector<std::exception_ptr> failures(jobs.size());
-  ThreadPool::parallelFor(jobs.size(), [&](size_t index) {
-    const Job& job = jobs[index];
-    try {
-      if (job.moving) {
-        // A creative in motion: its PNG is the poster, the moment of the loop chosen for the still.
-        const Motion& motion = *job.moving->motion;
-        std::optional<ComposedSlide> poster = MotionRenderer(renderer_).layout(
-            project, root, *job.moving, job.locale, motion.frame(motion.posterTime()), &job.target);
-        if (!poster)
-          throw VornoError::invalid("Creative " + job.moving->id() + " is on canvas " + job.moving->canvas +
-                                    ", which Vorno doesn't know.");
-        composed[index] = std::move(*poster);
-      } else {
-        composed[index] = renderer_.engine().layout(project, root, *job.slide, job.target, job.locale);
-      }
-    } catch (...) {
-      failures[index] = std::current_exception();
-    }
-  });
+  LaidOut laidOut = layOut(jobs, project, root, renderer_);
+  std::vector<ComposedSlide>& composed = laidOut.composed;
+  const std::vector<std::exception_ptr>& failures = laidOut.failures;
   LayerCache layers(layerBudget);
   for (size_t index = 0; index < jobs.size(); ++index)
     if (!failures[index])
       for (const auto& key : SlideRenderer::layerKeys(composed[index], composed[index].focusIndex(), 1.0))
         layers.expect(key);
 
-  // Pictures are drawn locale by locale and slide by slide, each slide on all its targets in a
-  // row, so a capture is decoded once and serves every picture that shows it while it is still
-  // in the cache; creatives come last.
-  std::vector<size_t> order(jobs.size());
-  for (size_t i = 0; i < order.size(); ++i) order[i] = i;
-  auto rank = [&](size_t index) {
-    const Job& job = jobs[index];
-    const size_t locale =
-        static_cast<size_t>(std::find(runLocales.begin(), runLocales.end(), job.locale) - runLocales.begin());
-    const bool creative = index >= slideJobs;
-    // A slide by its place in the project (its jobs on every target share it); a creative as listed.
-    const size_t item = creative ? index : static_cast<size_t>(job.slide - project.slides.data());
-    return std::tuple(creative, locale, item);
-  };
-  std::stable_sort(order.begin(), order.end(), [&](size_t a, size_t b) { return rank(a) < rank(b); });
+  const std::vector<size_t> order = drawingOrder(jobs, plan.slideJobs, runLocales, project);
 
-  // The videos of creatives in motion, one at a time after every picture: each uses all cores.
-  std::vector<Job> videos;
-  for (const Job& job : jobs)
-    if (job.moving)
-      videos.push_back({job.target, job.locale, job.slide,
-                        creativePath(layout, job.target, job.locale, job.moving->id(), "mp4"), job.moving});
   const size_t files = jobs.size() + videos.size();
 
-  // On record before the first file is placed: a run that stops part-way leaves no file unlisted.
-  std::vector<ExportManifest::Entry> planned;
-  for (const auto* list : {&jobs, &videos})
-    for (const Job& job : *list) planned.push_back({job.path, layout, job.target.id, job.locale});
-  removeStaleTemporaries(folder / ExportManifest::fileName);
-  ExportManifest::announce(folder, planned);
+  announceRun(plan.base, folder, layout, jobs, videos);
 
   std::vector<JobResult> results(jobs.size());
   std::mutex lock;
@@ -259,7 +371,7 @@ ExportSummary Exporter::exportLook(const Project& project, const FileProjectStor
     const fs::path file = folder / job.path;
     try {
       if (failures[index]) std::rethrow_exception(failures[index]);
-      createFolders(file.parent_path());
+      preparedWritePath(plan.base.root, plan.base.below(job.path));
       removeStaleTemporaries(file);
       const ComposedSlide laid = std::move(composed[index]);
       Image image = SlideRenderer::composite(laid, laid.focusIndex(), 1.0, &layers);
@@ -289,7 +401,7 @@ ExportSummary Exporter::exportLook(const Project& project, const FileProjectStor
   for (const Job& video : videos) {
     const fs::path file = folder / video.path;
     try {
-      createFolders(file.parent_path());
+      preparedWritePath(plan.base.root, plan.base.below(video.path));
       videoIssues.push_back(videoExporter.write(
           project, root, *video.moving, video.locale, file.string(),
           [&](int done, int total) {
@@ -304,30 +416,10 @@ ExportSummary Exporter::exportLook(const Project& project, const FileProjectStor
     if (progress_) progress_({look, looks, static_cast<double>(++finished), files, video.path});
   }
 
-  ExportSummary summary;
-  summary.directory = folder.string();
-  std::vector<ExportManifest::Entry> entries;
-  for (size_t i = 0; i < jobs.size(); ++i) {
-    summary.files.push_back((folder / jobs[i].path).string());
-    entries.push_back({jobs[i].path, layout, jobs[i].target.id, jobs[i].locale});
-    for (auto& issue : results[i].issues) issues.push_back(std::move(issue));
-  }
-  for (size_t i = 0; i < videos.size(); ++i) {
-    summary.files.push_back((folder / videos[i].path).string());
-    entries.push_back({videos[i].path, layout, videos[i].target.id, videos[i].locale});
-    for (auto& issue : videoIssues[i]) issues.push_back(std::move(issue));
-  }
-
-  // This run is the truth for every target and locale it covered, creative canvases included, so
-  // the file of a creative that left the project goes too.
-  std::set<ExportManifest::Scope> scopes;
-  for (const auto* list : {&slots, &canvases})
-    for (const auto& target : *list)
-      for (const auto& locale : runLocales) scopes.insert({layout, target.id, locale});
-  for (const auto& removed : ExportManifest::replace(folder, entries, scopes))
-    summary.removed.push_back((folder / removed).string());
-  summary.issues = dedupe(issues);
-  return summary;
+  std::vector<Written> written;
+  for (size_t i = 0; i < jobs.size(); ++i) written.push_back({&jobs[i], std::move(results[i].issues)});
+  for (size_t i = 0; i < videos.size(); ++i) written.push_back({&videos[i], std::move(videoIssues[i])});
+  return finishRun(folder, layout, written, std::move(issues), coveredScopes(plan.slots, plan.canvases, runLocales, layout));
 }
 
 LooksExport Exporter::exportLooks(const Project& project, const FileProjectStore& store,
@@ -336,16 +428,20 @@ LooksExport Exporter::exportLooks(const Project& project, const FileProjectStore
   LooksExport result;
   std::vector<std::optional<std::string>> looks{std::nullopt};
   for (const auto& variant : project.variants) looks.push_back(variant.id);
-  // Every look's folder is checked before the first is written, so one bad id stops the run
-  // before any look has placed a file.
+  // Every look is planned before the first is written, its names and the places of its files
+  // checked, so one bad id or one planted link stops the run before any look has placed a file.
   for (const auto& variant : project.variants) folder(variant.id, store);
+  std::vector<Project> resolved;
+  for (const auto& variant : looks) resolved.push_back(project.resolved(variant));
+  std::vector<Plan> plans;  // pointing into `resolved`, which no longer changes
+  for (size_t index = 0; index < looks.size(); ++index)
+    plans.push_back(plan(resolved[index], store, targets, locales, layout,
+                         looks[index] ? folder(looks[index], store) : store.exportsDir()));
 
   std::set<std::string> baseIssues;
   for (size_t index = 0; index < looks.size(); ++index) {
     const std::optional<std::string>& variant = looks[index];
-    Project look = project.resolved(variant);
-    ExportSummary summary = exportLook(look, store, targets, locales, layout,
-                                       variant ? folder(variant, store) : store.exportsDir(), index, looks.size());
+    ExportSummary summary = exportLook(plans[index], resolved[index], store, layout, index, looks.size());
     if (!variant) {
       for (const auto& issue : summary.issues) baseIssues.insert(issue.description());
     } else {
@@ -360,8 +456,11 @@ LooksExport Exporter::exportLooks(const Project& project, const FileProjectStore
   const fs::path variantsFolder = standardizePath(store.exportsDir() / "variants");
   std::vector<fs::path> entries;
   std::error_code error;
-  for (fs::directory_iterator it(variantsFolder, error); !error && it != fs::directory_iterator(); it.increment(error))
-    entries.push_back(it->path());
+  // A variants folder that is a link holds no looks of this package: nothing there is removed.
+  if (fs::is_directory(fs::symlink_status(store.exportsDir(), error)) &&
+      fs::is_directory(fs::symlink_status(variantsFolder, error)))
+    for (fs::directory_iterator it(variantsFolder, error); !error && it != fs::directory_iterator(); it.increment(error))
+      entries.push_back(it->path());
   if (error) entries.clear();  // an unlistable folder holds no looks
   std::sort(entries.begin(), entries.end());
   for (const auto& entry : entries) {

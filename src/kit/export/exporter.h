@@ -95,10 +95,15 @@ class Exporter {
   static constexpr int64_t resampleBudget = 0;
 
  private:
-  ExportSummary exportLook(const Project& project, const FileProjectStore& store,
-                           const std::optional<std::vector<StoreTarget>>& targets,
-                           const std::optional<std::vector<std::string>>& locales, ExportLayout layout,
-                           const std::optional<std::filesystem::path>& into, size_t look, size_t looks) const;
+  /// One look's export worked out before anything is drawn or written: its targets, locales and
+  /// files, every name and every place a file goes checked. Defined in exporter.cc.
+  struct Plan;
+  static Plan plan(const Project& project, const FileProjectStore& store,
+                   const std::optional<std::vector<StoreTarget>>& targets,
+                   const std::optional<std::vector<std::string>>& locales, ExportLayout layout,
+                   const std::optional<std::filesystem::path>& into);
+  ExportSummary exportLook(const Plan& plan, const Project& project, const FileProjectStore& store, ExportLayout layout,
+                           size_t look, size_t looks) const;
 
   SlideRenderer renderer_;
   std::function<void(const ExportProgress&)> progress_;

@@ -76,6 +76,11 @@ std::unique_ptr<FILE, int (*)(FILE*)> openRegular(const std::string& path) {
   return {file, &std::fclose};
 }
 
+bool isRegularFile(const std::string& path) {
+  struct stat info {};
+  return ::stat(path.c_str(), &info) == 0 && S_ISREG(info.st_mode);
+}
+
 std::optional<std::vector<uint8_t>> readFile(const std::string& path) {
   // Plain C reading: a folder or an unreadable file must be "no image", never an exception.
   auto file = openRegular(path);

@@ -74,6 +74,11 @@ std::optional<Size> heifSize(const std::string& path);
 /// never end. Opened without waiting, then checked, so nothing can swap the file in between.
 std::unique_ptr<FILE, int (*)(FILE*)> openRegular(const std::string& path);
 
+/// Whether the path names a regular file (or a link to one). The readers that open a file by name
+/// themselves (librsvg, poppler, FFmpeg) ask this first: a named pipe or a device is no picture,
+/// and opening one could wait forever.
+bool isRegularFile(const std::string& path);
+
 /// The whole file; nothing for a missing file, a folder, a pipe, a device or a read error.
 std::optional<std::vector<uint8_t>> readFile(const std::string& path);
 

@@ -6,6 +6,7 @@
 // each picture once, and a jump costs at most one key frame interval of decoding.
 #include "kit/image/recording_decoder.h"
 
+#include "kit/image/codecs.h"
 #include "kit/image/ffmpeg_log.h"
 #include "kit/util/vorno_error.h"
 
@@ -314,6 +315,8 @@ RecordingDecoder::~RecordingDecoder() = default;
 
 std::unique_ptr<RecordingDecoder> RecordingDecoder::open(const std::string& path) {
   quietFFmpegLog();
+  // FFmpeg would wait on a pipe with no writer, or read a device without end.
+  if (!codecs::isRegularFile(path)) return nullptr;
   std::unique_ptr<RecordingDecoder> decoder(new RecordingDecoder());
   State& s = *decoder->state_;
   if (!s.packet || !s.previous || !s.latest) return nullptr;

@@ -35,6 +35,8 @@ class Document {
  public:
   static std::optional<Document> open(const std::string& path) {
     Document document;
+    // An SVG or PDF that is a pipe or a device would hold the reader forever.
+    if (!codecs::isRegularFile(path)) return std::nullopt;
     std::string extension = lowerExtension(path);
     if (extension == "svg") {
       GError* error = nullptr;

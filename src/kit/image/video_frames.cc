@@ -8,6 +8,7 @@
 
 #include "kit/model/recordings.h"
 
+#include "kit/image/codecs.h"
 #include "kit/image/ffmpeg_log.h"
 #include "kit/image/images.h"
 #include "kit/image/recording_decoder.h"
@@ -148,6 +149,7 @@ std::optional<std::pair<std::string, double>> VideoFrames::parse(const std::stri
 
 std::optional<Size> VideoFrames::pixelSize(const std::string& path) {
   quietFFmpegLog();
+  if (!codecs::isRegularFile(path)) return std::nullopt;  // a pipe or device would hold FFmpeg
   AVFormatContext* format = nullptr;
   if (avformat_open_input(&format, path.c_str(), nullptr, nullptr) != 0) return std::nullopt;
   std::unique_ptr<AVFormatContext*, void (*)(AVFormatContext**)> closer(&format, &avformat_close_input);

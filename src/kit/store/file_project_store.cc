@@ -266,8 +266,11 @@ std::string FileProjectStore::import(const std::filesystem::path& file, const st
 }
 
 void FileProjectStore::copyReplacing(const std::filesystem::path& source, const std::filesystem::path& destination) {
-  std::filesystem::path from = resolvedPath(source), to = resolvedPath(destination);
-  if (from == to) return;
+  std::filesystem::path from = resolvedPath(source);
+  if (from == resolvedPath(destination)) return;
+  // The copy lands at the destination as named, never where a link there points: the rename
+  // below replaces a link itself, so a link planted in a package can't carry the copy outside.
+  std::filesystem::path to = standardizePath(destination);
   createFolders(to.parent_path());
   // Whether or not a file is there already, the copy goes to ".<name>.<UUID>" beside it and is
   // renamed into place: a reader never sees a half-written file, and a failed copy leaves the old

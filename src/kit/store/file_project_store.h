@@ -95,7 +95,8 @@ class FileProjectStore {
   std::string import(const std::filesystem::path& file, const std::string& folder) const;
 
   /// Copies `source` to `destination` so that the destination is never half-written: an existing
-  /// file is replaced in one rename. Paths that resolve to the same file copy nothing.
+  /// file is replaced in one rename. Paths that resolve to the same file copy nothing. A link at
+  /// the destination is replaced by the copy, never written through.
   static void copyReplacing(const std::filesystem::path& source, const std::filesystem::path& destination);
 
   /// Packages at or under `folder`, up to `depth` folders down, sorted by path. A package is not

@@ -548,6 +548,17 @@ TEST_F(FileProjectStoreTest, CopyReplacingOntoItselfThroughLinkDoesNothing) {
   EXPECT_EQ(slurp(folder_ / "real" / "a.png"), "same");
 }
 
+TEST_F(FileProjectStoreTest, CopyReplacingOntoALinkReplacesTheLinkAndLeavesWhatItPointedAt) {
+  writeText(folder_ / "font.ttf", "new");
+  writeText(folder_ / "outside.txt", "untouched");
+  fs::create_directories(folder_ / "fonts");
+  fs::create_symlink(folder_ / "outside.txt", folder_ / "fonts" / "x.ttf");
+  FileProjectStore::copyReplacing(folder_ / "font.ttf", folder_ / "fonts" / "x.ttf");
+  EXPECT_FALSE(fs::is_symlink(fs::symlink_status(folder_ / "fonts" / "x.ttf")));
+  EXPECT_EQ(slurp(folder_ / "fonts" / "x.ttf"), "new");
+  EXPECT_EQ(slurp(folder_ / "outside.txt"), "untouched");
+}
+
 TEST_F(FileProjectStoreTest, CopyReplacingThatCannotSwapRemovesTemporaryAndThrows) {
   writeText(folder_ / "a.png", "x");
   fs::create_directories(folder_ / "out" / "a.png" / "inside");

@@ -18,6 +18,7 @@
 #include "kit/util/atomic_write.h"
 #include "kit/util/format.h"
 #include "kit/util/vorno_error.h"
+#include "kit/util/write_paths.h"
 #include "server/schema.h"
 #include "server/tool_context.h"
 #include "server/tools.h"
@@ -41,12 +42,6 @@ std::string loweredExtension(const std::string& name) {
 /// Whole pixels as integers, fractions (an SVG's user units) with one decimal.
 std::string pixels(double value) {
   return value == std::round(value) ? formatted("%.0f", value) : formatted("%.1f", value);
-}
-
-void makeFolder(const fs::path& folder) {
-  std::error_code error;
-  fs::create_directories(folder, error);
-  if (error) throw VornoError::io("Couldn't create " + folder.string() + ": " + error.message() + ".");
 }
 
 /// A regular file (symbolic links followed) at the path, or the sentence that there is none.
@@ -145,9 +140,9 @@ class AssetAddTool final : public Tool {
       if (!vector && !refusedAsFrame) size = AssetImage::check(source.string(), name);
     }
 
-    const fs::path folder = frame ? store.root() / "assets" / "frames" : store.root() / "assets";
-    makeFolder(folder);
-    Staged staged(folder / name);
+    // The asset's place is the package's own: no folder on the way, nor the file, may be a link.
+    const fs::path relative = frame ? fs::path("assets") / "frames" / name : fs::path("assets") / name;
+    Staged staged(preparedWritePath(store.root(), relative));
     if (svg)
       atomicWrite(staged.path(), *svg);
     else
@@ -181,9 +176,7 @@ class AssetAddTool final : public Tool {
     fs::path source = existingFile(context, *given);
     std::optional<AssetFont::Faces> faces = AssetFont::read(source.string());
     if (!faces) throw VornoError::invalid(name + " isn't a readable font.");
-    const fs::path folder = store.root() / "fonts";
-    makeFolder(folder);
-    FileProjectStore::copyReplacing(source, folder / name);
+    FileProjectStore::copyReplacing(source, preparedWritePath(store.root(), fs::path("fonts") / name));
 
     std::string styles;
     for (const std::string& style : faces->styles) styles += (styles.empty() ? "" : ", ") + style;

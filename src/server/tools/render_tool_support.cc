@@ -4,7 +4,7 @@
 
 #include "kit/image/image.h"
 #include "kit/image/images.h"
-#include "kit/util/paths.h"
+#include "kit/util/write_paths.h"
 #include "server/arguments.h"
 #include "server/tool_context.h"
 
@@ -24,8 +24,8 @@ int previewSize(const Arguments& arguments, int fallback) {
 }
 
 std::string writeRender(const FileProjectStore& store, const Image& image, const std::string& name) {
-  createFolders(store.rendersDir());
-  std::string path = (store.rendersDir() / name).string();
+  // Never through a link planted in the package: renders/ and the file must be its own.
+  std::string path = preparedWritePath(store.root(), std::filesystem::path("renders") / name).string();
   Images::write(image, path, Images::ImageType::png);
   return path;
 }
