@@ -2,6 +2,7 @@
 // standard input. Every LF-ended, non-empty piece arrives as one message, in order, and nothing
 // else does; a message sent back comes out whole with its LF.
 #include "fuzz/fuzz_support.h"
+#include "mcp/logger.h"
 #include "mcp/mcp_error.h"
 #include "mcp/stdio_transport.h"
 
@@ -38,6 +39,9 @@ std::string drained(int descriptor) {
 }  // namespace
 
 extern "C" int LLVMFuzzerTestOneInput(const uint8_t* data, size_t size) {
+  // Every run ends its stream; a line of log for each would bury the fuzzer's own report.
+  static const bool quiet = (mcp::Logger::setMinimumLevel(mcp::Logger::Level::warning), true);
+  (void)quiet;
   std::string_view bytes = fuzz::asText(data, size).substr(0, kMaxInput);
   int input[2], output[2];
   fuzzCheck(::pipe(input) == 0 && ::pipe(output) == 0, "no pipes for the transport");
