@@ -300,6 +300,14 @@ Path parse(std::string_view data) {
   }
 
   if (path.isEmpty()) throw VornoError::invalid("Path data is empty.");
+  // Each number is finite, but relative steps, reflections and arcs add them up: a sum past the
+  // largest double would give the path endless bounds, and fitting it to a frame would give NaN.
+  for (const Path::Element& element : path.elements()) {
+    for (const Point& p : element.points) {
+      if (!std::isfinite(p.x) || !std::isfinite(p.y))
+        throw VornoError::invalid("Path data reaches coordinates too large to draw. Use smaller numbers.");
+    }
+  }
   return path;
 }
 
