@@ -93,6 +93,7 @@ fuzz: setup $(ASAN_BUILD)/build.ninja
 test-asan: setup $(ASAN_BUILD)/build.ninja
 	cmake --build $(ASAN_BUILD) -j $(JOBS) --target vorno vorno_tests vorno_fuzz_replay
 	cd $(ASAN_BUILD) && ASAN_OPTIONS=detect_leaks=1 UBSAN_OPTIONS=print_stacktrace=1 \
+	  LSAN_OPTIONS=suppressions=$(CURDIR)/fuzz/lsan.supp \
 	  ctest --output-on-failure -j $(JOBS) -E '^(MCPClient|AgentSetup)\.'
 
 # ThreadSanitizer on what runs on several threads: the caches, the thread pool, the exporter, and

@@ -30,7 +30,7 @@ for name in "${targets[@]}"; do
   [ -d "tests/data/fuzz/$name" ] && kept+=("tests/data/fuzz/$name")
   log="$build/fuzz-logs/$name.log"
   echo "== fuzz_$name for ${seconds}s (log: $log)"
-  "$build/fuzz_$name" -max_total_time="$seconds" -timeout=10 -rss_limit_mb=2048 -print_final_stats=1 \
+  LSAN_OPTIONS="suppressions=$PWD/fuzz/lsan.supp" "$build/fuzz_$name" -max_total_time="$seconds" -timeout=10 -rss_limit_mb=2048 -print_final_stats=1 \
     -artifact_prefix="fuzz/artifacts/$name/" "fuzz/corpus/$name" "fuzz/seeds/$name" "${kept[@]}" >"$log" 2>&1
   status=$?
   runs=$(sed -n 's/^stat::number_of_executed_units: *//p' "$log" | tail -1)
