@@ -300,14 +300,17 @@ Path parse(std::string_view data) {
   }
 
   if (path.isEmpty()) throw VornoError::invalid("Path data is empty.");
-  // Each number is finite, but relative steps, reflections and arcs add them up: a sum past the
-  // largest double would give the path endless bounds, and fitting it to a frame would give NaN.
+  // Each number is finite, but relative steps, reflections and arcs add them up, and the bounds
+  // subtract them: a sum or span past the largest double would give the path endless bounds, and
+  // fitting it to a frame would give NaN. The control box covers every point and the drawn box.
+  // (The box skips a point that is not a number, so the points are looked at too.)
+  bool finite = true;
   for (const Path::Element& element : path.elements()) {
-    for (const Point& p : element.points) {
-      if (!std::isfinite(p.x) || !std::isfinite(p.y))
-        throw VornoError::invalid("Path data reaches coordinates too large to draw. Use smaller numbers.");
-    }
+    for (const Point& p : element.points) finite = finite && std::isfinite(p.x) && std::isfinite(p.y);
   }
+  Rect box = path.controlBounds();
+  if (!finite || !std::isfinite(box.width) || !std::isfinite(box.height))
+    throw VornoError::invalid("Path data reaches coordinates too large to draw. Use smaller numbers.");
   return path;
 }
 
