@@ -116,6 +116,8 @@ class Tokens {
   size_t pos_ = 0;
 };
 
+constexpr const char* kTooLarge = "Path data reaches coordinates too large to draw. Use smaller numbers.";
+
 Point add(Point a, Point b) { return {a.x + b.x, a.y + b.y}; }
 Point reflect(Point control, Point about) { return {2 * about.x - control.x, 2 * about.y - control.y}; }
 
@@ -149,6 +151,8 @@ void arcTo(Path& path, Point from, double rx, double ry, double rotationDegrees,
   double delta = theta2 - theta1;
   if (!sweep && delta > 0) delta -= 2 * M_PI;
   if (sweep && delta < 0) delta += 2 * M_PI;
+  // Radii near the largest number square to infinity, and the centre then comes out as NaN.
+  if (!std::isfinite(delta) || !std::isfinite(cx) || !std::isfinite(cy)) throw VornoError::invalid(kTooLarge);
 
   int pieces = std::max(1, static_cast<int>(std::ceil(std::abs(delta) / (M_PI / 2) - 1e-9)));
   double step = delta / pieces;
@@ -310,7 +314,7 @@ Path parse(std::string_view data) {
   }
   Rect box = path.controlBounds();
   if (!finite || !std::isfinite(box.width) || !std::isfinite(box.height))
-    throw VornoError::invalid("Path data reaches coordinates too large to draw. Use smaller numbers.");
+    throw VornoError::invalid(kTooLarge);
   return path;
 }
 

@@ -139,6 +139,10 @@ TEST(SVGPath, RelativeStepsSummingPastTheLargestNumberAreRefused) {
             "Path data reaches coordinates too large to draw. Use smaller numbers.");
 }
 
+TEST(SVGPath, ArcWhoseRadiusSquaresToInfinityIsRefused) {
+  EXPECT_EQ(errorOf("M0 0 A1e308 1 0 0 1 10 10"), "Path data reaches coordinates too large to draw. Use smaller numbers.");
+}
+
 TEST(SVGPath, PointsSpanningMoreThanTheLargestNumberAreRefused) {
   EXPECT_EQ(errorOf("M0 -1.7e308 C0 0 0 0 0 1.7e307 s1 1 2 2"),
             "Path data reaches coordinates too large to draw. Use smaller numbers.");
