@@ -1,12 +1,16 @@
 # The two commands a newcomer runs: `make demo` and `make test`. Both install what is missing
 # first (scripts/setup.sh), so they work on a fresh Debian machine.
 BUILD ?= build
-FUZZ_BUILD ?= build-fuzz
+# One clang build with AddressSanitizer and UndefinedBehaviorSanitizer serves the fuzzers and
+# `make test-asan`: the library is instrumented for libFuzzer's coverage too, which costs the tests
+# little and saves compiling it twice on two cores.
+ASAN_BUILD ?= build-asan
+TSAN_BUILD ?= build-tsan
 FUZZ_SECONDS ?= 60
 JOBS ?= $(shell nproc)
 EXAMPLE := examples/Demo.vorno
 
-.PHONY: all setup build build-program test demo demo-captures fuzz bench goldens install uninstall deb clean
+.PHONY: all setup build build-program test test-asan test-tsan demo demo-captures fuzz bench goldens install uninstall deb clean
 
 all: build
 
@@ -69,18 +73,46 @@ demo: build
 demo-captures: build
 	$(BUILD)/demo_captures $(EXAMPLE)
 
-$(FUZZ_BUILD)/build.ninja:
-	CC=clang CXX=clang++ cmake -S . -B $(FUZZ_BUILD) -G Ninja -DVORNO_FUZZ=ON \
-	  -DCMAKE_BUILD_TYPE=RelWithDebInfo \
-	  -DCMAKE_CXX_FLAGS="-fsanitize=address,undefined,fuzzer-no-link -fno-sanitize-recover=undefined"
+SANITIZE_FLAGS := -O1 -g1
+$(ASAN_BUILD)/build.ninja:
+	CC=clang CXX=clang++ cmake -S . -B $(ASAN_BUILD) -G Ninja -DVORNO_FUZZ=ON -DCMAKE_BUILD_TYPE=Sanitize \
+	  -DCMAKE_C_FLAGS="$(SANITIZE_FLAGS) -fsanitize=address,undefined,fuzzer-no-link -fno-sanitize-recover=undefined" \
+	  -DCMAKE_CXX_FLAGS="$(SANITIZE_FLAGS) -fsanitize=address,undefined,fuzzer-no-link -fno-sanitize-recover=undefined"
 
-# Runs the project.json decoding fuzzer for FUZZ_SECONDS, starting from the example and the
-# test documents; new finds are kept in fuzz/corpus.
-fuzz: setup $(FUZZ_BUILD)/build.ninja
-	cmake --build $(FUZZ_BUILD) -j $(JOBS) --target fuzz_project_decode
-	mkdir -p fuzz/corpus
-	$(FUZZ_BUILD)/fuzz_project_decode -max_total_time=$(FUZZ_SECONDS) -max_len=65536 \
-	  -print_final_stats=1 fuzz/corpus fuzz/seeds
+FUZZ_TARGETS := $(patsubst fuzz/%_fuzzer.cc,%,$(wildcard fuzz/*_fuzzer.cc))
+
+# Runs every fuzz target for FUZZ_SECONDS each, one at a time, and prints per target executions,
+# coverage and finds. New inputs are kept in fuzz/corpus/<target>, finds in fuzz/artifacts/<target>.
+fuzz: setup $(ASAN_BUILD)/build.ninja
+	cmake --build $(ASAN_BUILD) -j $(JOBS) --target $(addprefix fuzz_,$(FUZZ_TARGETS))
+	fuzz/run_fuzzers.sh $(ASAN_BUILD) $(FUZZ_SECONDS)
+
+# The whole suite under AddressSanitizer and UndefinedBehaviorSanitizer, the fuzz replay included.
+# The two Node suites are left out: they drive the program through npm packages for minutes, and
+# the MCP server they reach is covered by the unit tests here.
+test-asan: setup $(ASAN_BUILD)/build.ninja
+	cmake --build $(ASAN_BUILD) -j $(JOBS) --target vorno vorno_tests vorno_fuzz_replay
+	cd $(ASAN_BUILD) && ASAN_OPTIONS=detect_leaks=1 UBSAN_OPTIONS=print_stacktrace=1 \
+	  LSAN_OPTIONS=suppressions=$(CURDIR)/fuzz/lsan.supp \
+	  ctest --output-on-failure -j $(JOBS) -E '^(MCPClient|AgentSetup)\.'
+
+# ThreadSanitizer on what runs on several threads: the caches, the thread pool, the exporter, and
+# both servers. Only those suites are compiled (VORNO_SANITIZER_TESTS), then run by filter.
+TSAN_TESTS := src/kit/util/lru_cache_test.cc src/kit/util/thread_pool_test.cc \
+  src/kit/image/image_cache_test.cc src/kit/render/layer_cache_test.cc \
+  src/kit/devices/corner_radius_cache_test.cc src/kit/export/exporter_test.cc \
+  src/mcp/server_test.cc src/mcp/server_robustness_test.cc src/mcp/stdio_transport_test.cc \
+  src/server/vorno_server_test.cc src/server/idle_memory_test.cc
+TSAN_FILTER ?= *
+$(TSAN_BUILD)/build.ninja:
+	CC=clang CXX=clang++ cmake -S . -B $(TSAN_BUILD) -G Ninja -DCMAKE_BUILD_TYPE=Sanitize \
+	  -DCMAKE_C_FLAGS="$(SANITIZE_FLAGS) -fsanitize=thread" -DCMAKE_CXX_FLAGS="$(SANITIZE_FLAGS) -fsanitize=thread" \
+	  -DVORNO_SANITIZER_TESTS="$(subst $(eval) ,;,$(strip $(TSAN_TESTS)))"
+
+test-tsan: setup $(TSAN_BUILD)/build.ninja
+	cmake --build $(TSAN_BUILD) -j $(JOBS) --target vorno_sanitizer_tests
+	TSAN_OPTIONS="halt_on_error=1 second_deadlock_stack=1" \
+	  $(TSAN_BUILD)/vorno_sanitizer_tests --gtest_filter='$(TSAN_FILTER)'
 
 # The program alone, for installing and packaging: the tests and benchmarks are not needed.
 build-program: setup $(BUILD)/build.ninja
@@ -105,4 +137,4 @@ deb: build-program
 	@ls $(BUILD)/vorno_*.deb
 
 clean:
-	rm -rf $(BUILD) $(FUZZ_BUILD)
+	rm -rf $(BUILD) $(ASAN_BUILD) $(TSAN_BUILD)

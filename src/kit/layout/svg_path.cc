@@ -116,6 +116,8 @@ class Tokens {
   size_t pos_ = 0;
 };
 
+constexpr const char* kTooLarge = "Path data reaches coordinates too large to draw. Use smaller numbers.";
+
 Point add(Point a, Point b) { return {a.x + b.x, a.y + b.y}; }
 Point reflect(Point control, Point about) { return {2 * about.x - control.x, 2 * about.y - control.y}; }
 
@@ -149,6 +151,8 @@ void arcTo(Path& path, Point from, double rx, double ry, double rotationDegrees,
   double delta = theta2 - theta1;
   if (!sweep && delta > 0) delta -= 2 * M_PI;
   if (sweep && delta < 0) delta += 2 * M_PI;
+  // Radii near the largest number square to infinity, and the centre then comes out as NaN.
+  if (!std::isfinite(delta) || !std::isfinite(cx) || !std::isfinite(cy)) throw VornoError::invalid(kTooLarge);
 
   int pieces = std::max(1, static_cast<int>(std::ceil(std::abs(delta) / (M_PI / 2) - 1e-9)));
   double step = delta / pieces;
@@ -191,6 +195,7 @@ class PathReader {
       previous_ = command_;
     }
     if (path_.isEmpty()) throw VornoError::invalid("Path data is empty.");
+    refuseEndlessBounds();
     return path_;
   }
 
@@ -268,6 +273,19 @@ class PathReader {
       }
       case 'A': arc(); break;
     }
+  }
+
+  // Each number is finite, but relative steps, reflections and arcs add them up, and the bounds
+  // subtract them: a sum or span past the largest double would give the path endless bounds, and
+  // fitting it to a frame would give NaN. The control box covers every point and the drawn box.
+  // (The box skips a point that is not a number, so the points are looked at too.)
+  void refuseEndlessBounds() const {
+    bool finite = true;
+    for (const Path::Element& element : path_.elements()) {
+      for (const Point& p : element.points) finite = finite && std::isfinite(p.x) && std::isfinite(p.y);
+    }
+    Rect box = path_.controlBounds();
+    if (!finite || !std::isfinite(box.width) || !std::isfinite(box.height)) throw VornoError::invalid(kTooLarge);
   }
 
   void lineTo(Point p) {

@@ -133,6 +133,21 @@ TEST(SVGPath, MissingNumberNamesItsCharacter) {
   EXPECT_EQ(errorOf("M0 0 L1 · 2"), "Path data expected a number at character 8");
 }
 
+TEST(SVGPath, RelativeStepsSummingPastTheLargestNumberAreRefused) {
+  EXPECT_EQ(errorOf("m1e308 0 m1e308 0 l1 1"), "Path data reaches coordinates too large to draw. Use smaller numbers.");
+  EXPECT_EQ(errorOf("M0 -1.7e308 C0 0 0 0 0 1.7e308 s1 1 2 2"),
+            "Path data reaches coordinates too large to draw. Use smaller numbers.");
+}
+
+TEST(SVGPath, ArcWhoseRadiusSquaresToInfinityIsRefused) {
+  EXPECT_EQ(errorOf("M0 0 A1e308 1 0 0 1 10 10"), "Path data reaches coordinates too large to draw. Use smaller numbers.");
+}
+
+TEST(SVGPath, PointsSpanningMoreThanTheLargestNumberAreRefused) {
+  EXPECT_EQ(errorOf("M0 -1.7e308 C0 0 0 0 0 1.7e307 s1 1 2 2"),
+            "Path data reaches coordinates too large to draw. Use smaller numbers.");
+}
+
 TEST(SVGPath, BadArcFlag) {
   EXPECT_EQ(errorOf("M0 0 A1 1 0 2 0 10 10"), "An arc needs 0 or 1 flags.");
   EXPECT_EQ(errorOf("M0 0 A1 1 0 0"), "An arc needs 0 or 1 flags.");
