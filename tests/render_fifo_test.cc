@@ -118,6 +118,8 @@ TEST_F(RenderFIFO, VectorImageThatIsANamedPipeIsAnIssueAndTheSlideStillRenders) 
 TEST_F(RenderFIFO, ImageFillThatIsANamedPipeShowsTheMissingPictureAndTheSlideStillRenders) {
   ProcessResult r = render("fill");
   expectRendered(r, root_, "fill");
+  EXPECT_NE(r.out.find("[error] background.missing"), std::string::npos) << r.out;
+  EXPECT_NE(r.out.find("Background image pipe.png isn't a file that can be read."), std::string::npos) << r.out;
   expectCanary();
 }
 

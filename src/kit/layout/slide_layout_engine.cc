@@ -12,6 +12,7 @@
 #include "kit/layout/text_checks.h"
 
 #include "kit/devices/device_renderer.h"
+#include "kit/image/codecs.h"
 #include "kit/model/text_markup.h"
 #include "kit/text/text_layout.h"
 #include "kit/util/format.h"
@@ -117,8 +118,13 @@ SlideLayoutEngine::SlideResult SlideLayoutEngine::layoutSlide(const Slide& slide
                                      : (slide.inverted ? theme.invertedBackground : theme.background);
   if (background.image()) {
     background = background.resolved(root);
-    if (!fileExists(background.image()->path))
-      sink.error("background.missing", "Background image not found: " + fileName(background.image()->path));
+    const std::string& path = background.image()->path;
+    if (!fileExists(path)) {
+      sink.error("background.missing", "Background image not found: " + fileName(path));
+    } else if (!codecs::isRegularFile(path)) {
+      // A named pipe or a device is there but is no picture: reading it could wait forever.
+      sink.error("background.missing", "Background image " + fileName(path) + " isn't a file that can be read.");
+    }
   }
   result.background = background;
 
