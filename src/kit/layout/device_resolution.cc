@@ -82,45 +82,73 @@ std::optional<std::pair<std::string, std::string>> SlideLayoutEngine::otherLocal
   return std::nullopt;
 }
 
-std::optional<SlideLayoutEngine::ResolvedDevice> SlideLayoutEngine::resolveDevice(const DeviceSlot& slot,
-                                                                                  const std::string& root,
-                                                                                  const StoreTarget& target,
-                                                                                  const std::string& locale,
-                                                                                  IssueSink& sink) const {
-  ResolvedDevice resolved;
-  // 1-4. The capture: this locale's file, another locale's, or none.
+namespace {
+
+// 1-4. The capture: this locale's file, another locale's, or none; the path of the file to show.
+std::optional<std::string> resolveCapture(const DeviceSlot& slot, const std::string& root, const StoreTarget& target,
+                                          const std::string& locale, IssueSink& sink) {
   std::optional<std::string> path = slot.screenshot.resolve(target, locale);
   if (!path || path->empty()) {
     sink.warning("capture.none",
                  "This phone has no screenshot yet. Take one with capture_screenshot (or vorno capture), which saves "
                  "captures/" + locale + "/<name>.png, and use that path as the device's screenshot; or add an image "
                  "with asset_add and use its path.");
-  } else {
-    std::string file = packagePath(root, *path);
-    if (fileExists(fileOf(file)) && !isRegularFile(fileOf(file))) {
-      sink.error("capture.missing", "Screenshot " + *path +
-                                        " isn't a file that can be read. Take it again with capture_screenshot (or "
-                                        "vorno capture), which saves captures/" + locale + "/<name>.png, or add "
-                                        "an image with asset_add and use its path.");
-    } else if (fileExists(fileOf(file))) {
-      resolved.captureURL = file;
-    } else {
-      auto reference = unresolvedReference(slot.screenshot, target);
-      std::optional<std::pair<std::string, std::string>> other;
-      if (reference && reference->find("{locale}") != std::string::npos)
-        other = otherLocaleCapture(*reference, root, locale);
-      if (other) {
-        sink.warning("capture.locale", "No " + locale + " screenshot for " + fs::path(*path).filename().string() +
-                                           " yet; showing the " + other->first + " one.");
-        resolved.captureURL = other->second;
-      } else {
-        sink.error("capture.missing", "Screenshot " + *path +
-                                          " is missing. Take it with capture_screenshot (or vorno capture), which "
-                                          "saves captures/" + locale + "/<name>.png, or add an image with asset_add "
-                                          "and use its path.");
-      }
-    }
+    return std::nullopt;
   }
+  std::string file = packagePath(root, *path);
+  if (fileExists(fileOf(file)) && !isRegularFile(fileOf(file))) {
+    sink.error("capture.missing", "Screenshot " + *path +
+                                      " isn't a file that can be read. Take it again with capture_screenshot (or "
+                                      "vorno capture), which saves captures/" + locale + "/<name>.png, or add "
+                                      "an image with asset_add and use its path.");
+    return std::nullopt;
+  }
+  if (fileExists(fileOf(file))) return file;
+  auto reference = unresolvedReference(slot.screenshot, target);
+  std::optional<std::pair<std::string, std::string>> other;
+  if (reference && reference->find("{locale}") != std::string::npos)
+    other = SlideLayoutEngine::otherLocaleCapture(*reference, root, locale);
+  if (other) {
+    sink.warning("capture.locale", "No " + locale + " screenshot for " + fs::path(*path).filename().string() +
+                                       " yet; showing the " + other->first + " one.");
+    return other->second;
+  }
+  sink.error("capture.missing", "Screenshot " + *path +
+                                    " is missing. Take it with capture_screenshot (or vorno capture), which "
+                                    "saves captures/" + locale + "/<name>.png, or add an image with asset_add "
+                                    "and use its path.");
+  return std::nullopt;
+}
+
+// 13. The finish: known to this device, known to another device of the store, or unknown.
+std::optional<std::string> resolveFinish(const DeviceSlot& slot, const DeviceFrame& frame, const StoreTarget& target,
+                                         const DeviceCatalog& catalog, IssueSink& sink) {
+  if (!slot.finish) return std::nullopt;
+  auto all = frame.spec.allFinishes();
+  if (std::find(all.begin(), all.end(), *slot.finish) != all.end()) return slot.finish;
+  if (!Finish::named(*slot.finish)) {
+    std::string options;
+    for (size_t i = 0; i < all.size(); ++i) options += (i ? ", " : "") + all[i];
+    sink.warning("frame.finish", "Unknown finish " + *slot.finish + ". Options: " + options + ".");
+    return std::nullopt;
+  }
+  for (const auto& other : catalog.frames) {
+    if (other.platform != target.platform) continue;
+    auto finishes = other.spec.allFinishes();
+    if (std::find(finishes.begin(), finishes.end(), *slot.finish) != finishes.end()) return slot.finish;
+  }
+  return std::nullopt;
+}
+
+}  // namespace
+
+std::optional<SlideLayoutEngine::ResolvedDevice> SlideLayoutEngine::resolveDevice(const DeviceSlot& slot,
+                                                                                  const std::string& root,
+                                                                                  const StoreTarget& target,
+                                                                                  const std::string& locale,
+                                                                                  IssueSink& sink) const {
+  ResolvedDevice resolved;
+  resolved.captureURL = resolveCapture(slot, root, target, locale, sink);
   // 5. A capture that can't be read is treated as none, without a word: the file is there. Its
   // size is all layout needs, read from the file's header: the pixels are decoded only when the
   // device is drawn, so laying out a whole export holds no captures in memory.
@@ -167,26 +195,7 @@ std::optional<SlideLayoutEngine::ResolvedDevice> SlideLayoutEngine::resolveDevic
     }
   }
 
-  // 13. The finish: known to this device, known to another device of the store, or unknown.
-  if (slot.finish) {
-    auto all = frame->spec.allFinishes();
-    if (std::find(all.begin(), all.end(), *slot.finish) != all.end()) {
-      resolved.finish = slot.finish;
-    } else if (!Finish::named(*slot.finish)) {
-      std::string options;
-      for (size_t i = 0; i < all.size(); ++i) options += (i ? ", " : "") + all[i];
-      sink.warning("frame.finish", "Unknown finish " + *slot.finish + ". Options: " + options + ".");
-    } else {
-      for (const auto& other : catalog_->frames) {
-        if (other.platform != target.platform) continue;
-        auto finishes = other.spec.allFinishes();
-        if (std::find(finishes.begin(), finishes.end(), *slot.finish) != finishes.end()) {
-          resolved.finish = slot.finish;
-          break;
-        }
-      }
-    }
-  }
+  resolved.finish = resolveFinish(slot, *frame, target, *catalog_, sink);
   resolved.frame = *frame;
   return resolved;
 }
