@@ -29,6 +29,7 @@
 
 #include <nlohmann/json.hpp>
 
+#include "bench/example_package.h"
 #include "tests/mcp_process.h"
 #include "tests/temp_folder.h"
 
@@ -228,11 +229,7 @@ bool manyClients(const fs::path& folder, const fs::path& demo, const char* progr
 
 int main() {
   testing::TempFolder folder("vorno-load-bench");
-  const fs::path example = fs::path(VORNO_SOURCE_DIR) / "examples/Demo.vorno";
-  const fs::path demo = folder.path() / "Demo.vorno";
-  fs::create_directories(demo);
-  for (const char* part : {"project.json", "captures", "assets"})
-    if (fs::exists(example / part)) fs::copy(example / part, demo / part, fs::copy_options::recursive);
+  const fs::path demo = bench::copyExamplePackage(folder.path());
   // VORNO_BENCH_PROGRAM runs another build of vorno, for before-and-after figures in one sitting.
   const char* program = std::getenv("VORNO_BENCH_PROGRAM");
   const char* stall = std::getenv("VORNO_BENCH_STALL_SECONDS");

@@ -28,6 +28,7 @@
 #include <nlohmann/json.hpp>
 
 #include "bench/bench_stats.h"
+#include "bench/example_package.h"
 #include "tests/mcp_process.h"
 #include "tests/temp_folder.h"
 
@@ -108,11 +109,8 @@ std::string call(const std::string& tool, const nlohmann::json& arguments) {
 
 int main() {
   testing::TempFolder folder("vorno-mcp-bench");
+  const fs::path demo = bench::copyExamplePackage(folder.path());
   const fs::path example = fs::path(VORNO_SOURCE_DIR) / "examples/Demo.vorno";
-  const fs::path demo = folder.path() / "Demo.vorno";
-  fs::create_directories(demo);
-  for (const char* part : {"project.json", "captures", "assets"})
-    if (fs::exists(example / part)) fs::copy(example / part, demo / part, fs::copy_options::recursive);
 
   // 200 slides: the example's seven, repeated under new ids, spreads and variants left out.
   nlohmann::json project = nlohmann::json::parse(std::ifstream(example / "project.json"));
