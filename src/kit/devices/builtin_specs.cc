@@ -93,17 +93,27 @@ FrameSpec makeDuoClosed() {
   return s;
 }
 
-DeviceFrame builtin(const char* id, const char* name, Platform platform, DeviceFamily family, int width, int height,
-                    double scale, double radius, FrameSpec spec) {
+// What the catalogue's row says of a device's screen; its outline comes beside it as a spec.
+struct Screen {
+  const char* id;
+  const char* name;
+  Platform platform;
+  DeviceFamily family;
+  int width, height;  // pixels, portrait
+  double scale;       // pixels per point
+  double radius;      // of the screen's corners, pixels
+};
+
+DeviceFrame builtin(const Screen& screen, FrameSpec spec) {
   DeviceFrame f;
-  f.id = id;
-  f.name = name;
-  f.platform = platform;
-  f.family = family;
-  f.screenWidth = width;
-  f.screenHeight = height;
-  f.scale = scale;
-  f.screenCornerRadius = radius;
+  f.id = screen.id;
+  f.name = screen.name;
+  f.platform = screen.platform;
+  f.family = screen.family;
+  f.screenWidth = screen.width;
+  f.screenHeight = screen.height;
+  f.scale = screen.scale;
+  f.screenCornerRadius = screen.radius;
   f.spec = std::move(spec);
   f.source = DeviceFrame::Source::builtin;
   return f;
@@ -135,27 +145,27 @@ std::vector<DeviceFrame> makeFallbackFrames() {
   std::vector<DeviceFrame> frames;
   frames.push_back(duoOpenFrame());
   frames.push_back(duoClosedFrame());
-  frames.push_back(builtin("iphone-17-pro-max", "iPhone 17 Pro Max", P::ios, F::phone, 1320, 2868, 3, 186,
+  frames.push_back(builtin({"iphone-17-pro-max", "iPhone 17 Pro Max", P::ios, F::phone, 1320, 2868, 3, 186},
                            *apple("iPhone 17 Pro Max")));
   frames.push_back(
-      builtin("iphone-17-pro", "iPhone 17 Pro", P::ios, F::phone, 1206, 2622, 3, 186, *apple("iPhone 17 Pro")));
-  frames.push_back(builtin("ipad-pro-13-inch-m5", "iPad Pro 13-inch (M5)", P::ios, F::tablet, 2064, 2752, 2, 36,
+      builtin({"iphone-17-pro", "iPhone 17 Pro", P::ios, F::phone, 1206, 2622, 3, 186}, *apple("iPhone 17 Pro")));
+  frames.push_back(builtin({"ipad-pro-13-inch-m5", "iPad Pro 13-inch (M5)", P::ios, F::tablet, 2064, 2752, 2, 36},
                            *apple("iPad Pro 13-inch (M5)")));
-  frames.push_back(builtin("pixel-11-pro", "Pixel 11 Pro", P::android, F::phone, 1280, 2856, 3.107, 125,
+  frames.push_back(builtin({"pixel-11-pro", "Pixel 11 Pro", P::android, F::phone, 1280, 2856, 3.107, 125},
                            android(13, 5.5, Hole{13, 9.5, {}}, 62, E::rounded, pixel11Buttons, pixel11Finishes)));
-  frames.push_back(builtin("pixel-11-pro-xl", "Pixel 11 Pro XL", P::android, F::phone, 1344, 2992, 3.262, 132,
+  frames.push_back(builtin({"pixel-11-pro-xl", "Pixel 11 Pro XL", P::android, F::phone, 1344, 2992, 3.262, 132},
                            android(13, 5.5, Hole{13, 9.5, {}}, 63, E::rounded, pixel11Buttons, pixel11Finishes)));
-  frames.push_back(builtin("galaxy-s26-ultra", "Galaxy S26 Ultra", P::android, F::phone, 1440, 3120, 3.495, 104,
+  frames.push_back(builtin({"galaxy-s26-ultra", "Galaxy S26 Ultra", P::android, F::phone, 1440, 3120, 3.495, 104},
                            android(7, 4.5, Hole{12, 9, {}}, 31, E::flat, galaxyButtons,
                                    {"titanium-black", "titanium-gray", "titanium-blue", "silver"})));
-  frames.push_back(builtin("galaxy-s26", "Galaxy S26", P::android, F::phone, 1080, 2340, 3, 100,
+  frames.push_back(builtin({"galaxy-s26", "Galaxy S26", P::android, F::phone, 1080, 2340, 3, 100},
                            android(7.5, 4.5, Hole{12, 9, {}}, 43, E::flat, galaxyButtons,
                                    {"titanium-black", "silver", "titanium-blue"})));
-  frames.push_back(builtin("pixel-9-pro", "Pixel 9 Pro", P::android, F::phone, 1280, 2856, 3.12, 122,
+  frames.push_back(builtin({"pixel-9-pro", "Pixel 9 Pro", P::android, F::phone, 1280, 2856, 3.12, 122},
                            android(14.5, 4.5, Hole{11, 11, {}}, 60, E::rounded,
                                    {{Side::right, 0.22, 0.06}, {Side::right, 0.31, 0.12}}, {"black", "porcelain"})));
   // The tablet's camera sits in the bezel above the screen, hence the negative top.
-  frames.push_back(builtin("android-tablet-10in", "Android Tablet 10\u2033", P::android, F::tablet, 1600, 2560, 2, 40,
+  frames.push_back(builtin({"android-tablet-10in", "Android Tablet 10\u2033", P::android, F::tablet, 1600, 2560, 2, 40},
                            android(30, 2.5, Hole{7, -18, {}}, std::nullopt, std::nullopt, {{Side::top, 0.75, 0.08}},
                                    {"graphite", "silver"})));
   return frames;
@@ -233,13 +243,14 @@ const FrameSpec& duoClosed() {
 
 const DeviceFrame& duoOpenFrame() {
   static const DeviceFrame frame =
-      builtin("iphone-duo", "iPhone Duo", Platform::ios, DeviceFamily::foldable, 2007, 2853, 3, 165, duoOpen());
+      builtin({"iphone-duo", "iPhone Duo", Platform::ios, DeviceFamily::foldable, 2007, 2853, 3, 165}, duoOpen());
   return frame;
 }
 
 const DeviceFrame& duoClosedFrame() {
-  static const DeviceFrame frame = builtin("iphone-duo-closed", "iPhone Duo (closed)", Platform::ios,
-                                           DeviceFamily::foldable, 1398, 2034, 3, 177, duoClosed());
+  static const DeviceFrame frame = builtin(
+      {"iphone-duo-closed", "iPhone Duo (closed)", Platform::ios, DeviceFamily::foldable, 1398, 2034, 3, 177},
+      duoClosed());
   return frame;
 }
 

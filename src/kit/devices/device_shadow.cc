@@ -44,10 +44,18 @@ Rect deviceClip(cairo_t* cr) {
   return deviceBounds(cr, {x0, y0, x1 - x0, y1 - y0});
 }
 
+// The shadow a shape casts, in device pixels.
+struct Cast {
+  double blurPixels;
+  double offsetPixels;  // downwards
+  double alpha;
+};
+
 // Paints the shadow through a bitmap `factor` times smaller than `region` (device pixels).
 // False when the bitmap can't be had; the target is then untouched.
 bool paintThrough(cairo_t* cr, const ShapePainter& shape, const cairo_matrix_t& ctm, const Rect& region, double factor,
-                  double blurPixels, double offsetPixels, double alpha, const std::optional<Rect>& hidden) {
+                  const Cast& cast, const std::optional<Rect>& hidden) {
+  const auto [blurPixels, offsetPixels, alpha] = cast;
   int width = std::max(1, static_cast<int>(std::ceil(region.width / factor)));
   int height = std::max(1, static_cast<int>(std::ceil(region.height / factor)));
   // The shape is cast and blurred as coverage alone (a quarter of the work of blurring black
@@ -145,8 +153,9 @@ double paintShadow(cairo_t* cr, const ShapePainter& shape, const Rect& bounds, d
     Rect snapped{hx0, hy0, hx1 - hx0, hy1 - hy0};
     if (!snapped.isEmpty() && region.contains(snapped)) hidden = snapped;
   }
-  if (factor > 1 && paintThrough(cr, shape, ctm, region, factor, blurPixels, offsetPixels, alpha, hidden)) return factor;
-  return paintThrough(cr, shape, ctm, region, 1, blurPixels, offsetPixels, alpha, hidden) ? 1 : 0;
+  const Cast cast{blurPixels, offsetPixels, alpha};
+  if (factor > 1 && paintThrough(cr, shape, ctm, region, factor, cast, hidden)) return factor;
+  return paintThrough(cr, shape, ctm, region, 1, cast, hidden) ? 1 : 0;
 }
 
 }  // namespace vorno::DeviceDrawing
