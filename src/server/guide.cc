@@ -2,10 +2,9 @@
 
 #include "kit/layout/symbols.h"
 #include "kit/model/store_target.h"
+#include "kit/util/read_file.h"
 #include "server/creative_docs.h"
 
-#include <fstream>
-#include <sstream>
 
 namespace vorno {
 
@@ -58,11 +57,7 @@ std::vector<std::string> Guide::folders() { return Symbols::resourceFolders(); }
 std::string Guide::authored(const std::string& fileName, const std::string& title,
                             const std::vector<std::string>& folders) {
   for (const auto& folder : folders) {
-    std::ifstream file(folder + "/" + fileName, std::ios::binary);
-    if (!file) continue;
-    std::ostringstream text;
-    text << file.rdbuf();
-    if (!file.bad()) return text.str();
+    if (std::optional<std::string> text = readRegularFile(folder + "/" + fileName)) return *text;
   }
   std::string looked;
   for (const auto& folder : folders) looked += (looked.empty() ? "" : ", ") + folder;

@@ -7,10 +7,9 @@
 #include "kit/util/paths.h"
 #include "kit/util/vorno_error.h"
 #include "kit/util/write_paths.h"
+#include "kit/util/read_file.h"
 
 #include <cctype>
-#include <fstream>
-#include <iterator>
 
 namespace vorno {
 
@@ -31,11 +30,9 @@ void checkName(const std::string& name) {
 }
 
 std::string readBytes(const fs::path& path) {
-  std::ifstream file(path, std::ios::binary);
-  if (!file) throw VornoError::io("Couldn't read the screenshot " + path.string() + ".");
-  std::string bytes((std::istreambuf_iterator<char>(file)), std::istreambuf_iterator<char>());
-  if (file.bad()) throw VornoError::io("Couldn't read the screenshot " + path.string() + ".");
-  return bytes;
+  std::optional<std::string> bytes = readRegularFile(path);
+  if (!bytes) throw VornoError::io("Couldn't read the screenshot " + path.string() + ".");
+  return std::move(*bytes);
 }
 
 // A folder of its own for one capture's shots, removed on every way out.

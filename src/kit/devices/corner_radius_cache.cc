@@ -5,12 +5,11 @@
 #include "kit/util/atomic_write.h"
 #include "kit/util/json_output.h"
 #include "kit/util/paths.h"
+#include "kit/util/read_file.h"
 
 #include <nlohmann/json.hpp>
 #include <sys/stat.h>
 
-#include <fstream>
-#include <sstream>
 
 namespace vorno {
 
@@ -25,13 +24,11 @@ CornerRadiusCache& CornerRadiusCache::shared() {
 }
 
 CornerRadiusCache::CornerRadiusCache(std::filesystem::path file) : file_(std::move(file)) {
-  std::ifstream in(file_, std::ios::binary);
-  if (!in) return;
-  std::stringstream text;
-  text << in.rdbuf();
+  std::optional<std::string> text = readRegularFile(file_);
+  if (!text) return;
   Json json;
   try {
-    json = parseJSON(text.str());  // bounded nesting: a damaged file can't exhaust the stack
+    json = parseJSON(*text);  // bounded nesting: a damaged file can't exhaust the stack
   } catch (const std::exception&) {
     return;
   }

@@ -15,13 +15,12 @@
 #include "kit/util/atomic_write.h"
 #include "kit/util/json_output.h"
 #include "kit/util/paths.h"
+#include "kit/util/read_file.h"
 #include "kit/util/vorno_error.h"
 
 #include <nlohmann/json.hpp>
 
-#include <fstream>
 #include <optional>
-#include <sstream>
 
 namespace vorno {
 
@@ -102,11 +101,9 @@ void removeEmptyParents(const fs::path& file, const fs::path& folder) {
 }  // namespace
 
 ExportManifest ExportManifest::read(const fs::path& folder) {
-  std::ifstream in(folder / fileName, std::ios::binary);
-  if (!in) return {};
-  std::stringstream bytes;
-  bytes << in.rdbuf();
-  Json json = Json::parse(bytes.str(), nullptr, /*allow_exceptions=*/false);
+  std::optional<std::string> bytes = readRegularFile(folder / fileName);
+  if (!bytes) return {};
+  Json json = Json::parse(*bytes, nullptr, /*allow_exceptions=*/false);
   if (!json.is_object() || !json.contains("files") || !json["files"].is_array()) return {};
   ExportManifest manifest;
   for (const auto& element : json["files"]) {

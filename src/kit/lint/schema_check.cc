@@ -6,12 +6,10 @@
 #include "kit/lint/schema_check.h"
 
 #include <algorithm>
-#include <fstream>
 #include <initializer_list>
-#include <iterator>
-#include <sstream>
 
 #include "kit/model/coding.h"
+#include "kit/util/read_file.h"
 
 namespace vorno {
 
@@ -505,14 +503,11 @@ std::vector<Finding> SchemaCheck::project(const Json& value) {
 }
 
 std::vector<Finding> SchemaCheck::projectFile(const std::filesystem::path& path) {
-  std::ifstream file(path, std::ios::binary);
-  if (!file) return {};
-  std::ostringstream text;
-  text << file.rdbuf();
-  if (file.bad()) return {};
+  std::optional<std::string> text = readRegularFile(path);
+  if (!text) return {};
   Json value;
   try {
-    value = parseJSON(text.str());
+    value = parseJSON(*text);
   } catch (const DecodingError&) {
     return {};
   }

@@ -14,6 +14,7 @@
 #include "kit/util/atomic_write.h"
 #include "kit/util/json_output.h"
 #include "kit/util/paths.h"
+#include "kit/util/read_file.h"
 #include "kit/util/sha256.h"
 #include "kit/util/vorno_error.h"
 
@@ -32,35 +33,13 @@ namespace vorno {
 namespace {
 
 [[noreturn]] void failReading(const std::filesystem::path& path, int errorNumber) {
-  throw VornoError::io("Couldn't read " + path.string() + ": " + errorText(errorNumber) + ".");
-}
-
-// The whole file, or nothing with errno set (ENOENT when there is no file at all).
-std::optional<std::string> readWholeFile(const std::filesystem::path& path) {
-  int fd = ::open(path.c_str(), O_RDONLY | O_CLOEXEC);
-  if (fd < 0) return std::nullopt;
-  std::string out;
-  char buffer[65536];
-  for (;;) {
-    ssize_t got = ::read(fd, buffer, sizeof buffer);
-    if (got < 0) {
-      if (errno == EINTR) continue;
-      int failure = errno;
-      ::close(fd);
-      errno = failure;
-      return std::nullopt;
-    }
-    if (got == 0) break;
-    out.append(buffer, static_cast<size_t>(got));
-  }
-  ::close(fd);
-  return out;
+  throw VornoError::io("Couldn't read " + path.string() + ": " + whyNotRead(errorNumber) + ".");
 }
 
 // The bytes of a package's project.json: notFound when there is none, io when it cannot be read
-// (a folder in its place, no permission).
+// (a folder or a named pipe in its place, no permission).
 std::string readProjectFile(const FileProjectStore& store) {
-  auto data = readWholeFile(store.project());
+  auto data = readRegularFile(store.project());
   if (!data) {
     if (errno == ENOENT)
       throw VornoError::notFound("No project at " + store.root().string() + ". Create one with project_create.");
@@ -229,7 +208,7 @@ void FileProjectStore::create(const Project& project) const {
 
 void FileProjectStore::ignoreGeneratedFiles() const {
   std::filesystem::path path = root_ / ".gitignore";
-  std::string text = readWholeFile(path).value_or("");
+  std::string text = readRegularFile(path).value_or("");
   std::set<std::string> present = gitignoreEntries(text);
   std::vector<std::string> missing;
   for (const char* entry : {"renders/", "exports/", ".activity.jsonl"})
