@@ -5,7 +5,6 @@
 #include "kit/model/project_json.h"
 #include "kit/util/sha256.h"
 #include "kit/util/vorno_error.h"
-#include "tests/hang_guard.h"
 #include "tests/run_process.h"
 
 #include <gtest/gtest.h>
@@ -19,7 +18,6 @@
 #include <csignal>
 #include <cstdlib>
 #include <fstream>
-#include <future>
 #include <optional>
 #include <sstream>
 #include <thread>
@@ -95,25 +93,6 @@ class FileProjectStoreTest : public ::testing::Test {
 };
 
 // ---- The document ----
-
-TEST_F(FileProjectStoreTest, ProjectFileThatIsANamedPipeIsAnErrorNotAWait) {
-  fs::create_directories(root_);
-  ASSERT_EQ(::mkfifo((root_ / "project.json").c_str(), 0600), 0);
-  auto loading = std::async(std::launch::async, [&]() -> std::string {
-    try {
-      FileProjectStore(root_).load();
-      return "a pipe loaded as a project";
-    } catch (const VornoError& error) {
-      return error.message();
-    }
-  });
-  if (loading.wait_for(::vorno::testing::hangGuard) != std::future_status::ready) {
-    std::ofstream release(root_ / "project.json");  // a writer for the stuck reader, so the test ends
-    FAIL() << "loading waited on the pipe";
-  }
-  EXPECT_EQ(loading.get(),
-            "Couldn't read " + (root_ / "project.json").string() + ": it is a named pipe or a device, not a file.");
-}
 
 TEST_F(FileProjectStoreTest, SchemaThreeLoadsAndFirstChangeRewritesItWithFive) {
   Json json = sampleJSON();
