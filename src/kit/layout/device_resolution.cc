@@ -2,6 +2,7 @@
 // captures, the automatic choice of frame, and the checks of how well a capture fits its screen.
 #include "kit/devices/custom_frame.h"
 #include "kit/devices/device_renderer.h"
+#include "kit/image/codecs.h"
 #include "kit/image/image_cache.h"
 #include "kit/image/video_frames.h"
 #include "kit/layout/slide_layout_engine.h"
@@ -23,13 +24,6 @@ namespace fs = std::filesystem;
 std::string fileOf(const std::string& path) {
   if (auto stamp = VideoFrames::parse(path)) return stamp->first;
   return path;
-}
-
-// True for a regular file or a link to one. A named pipe or a device in captures/ is there but
-// can't be drawn: reading it would wait for a writer that never comes, or never end.
-bool isRegularFile(const std::string& path) {
-  std::error_code error;
-  return fs::is_regular_file(path, error);
 }
 
 std::string replaceLocale(std::string text, const std::string& locale) {
@@ -77,7 +71,7 @@ std::optional<std::pair<std::string, std::string>> SlideLayoutEngine::otherLocal
   });
   for (const auto& name : names) {
     std::string path = packagePath(root, replaceLocale(reference, name));
-    if (isRegularFile(fileOf(path))) return std::pair{name, path};
+    if (codecs::isRegularFile(fileOf(path))) return std::pair{name, path};
   }
   return std::nullopt;
 }
@@ -96,7 +90,7 @@ std::optional<std::string> resolveCapture(const DeviceSlot& slot, const std::str
     return std::nullopt;
   }
   std::string file = packagePath(root, *path);
-  if (fileExists(fileOf(file)) && !isRegularFile(fileOf(file))) {
+  if (fileExists(fileOf(file)) && !codecs::isRegularFile(fileOf(file))) {
     sink.error("capture.missing", "Screenshot " + *path +
                                       " isn't a file that can be read. Take it again with capture_screenshot (or "
                                       "vorno capture), which saves captures/" + locale + "/<name>.png, or add "
