@@ -10,7 +10,7 @@
 #include <filesystem>
 #include <fstream>
 
-namespace vorno::testing {
+namespace vorno::testing::bad_input_test {
 namespace {
 
 namespace fs = std::filesystem;
@@ -140,4 +140,4 @@ TEST_F(BadInput, NoPackageAtAll) {
 }
 
 }  // namespace
-}  // namespace vorno::testing
+}  // namespace vorno::testing::bad_input_test

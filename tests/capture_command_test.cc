@@ -11,7 +11,7 @@
 
 #include <algorithm>
 
-namespace vorno::testing {
+namespace vorno::testing::capture_command_test {
 namespace {
 
 namespace fs = std::filesystem;
@@ -154,4 +154,4 @@ TEST_F(CaptureCommand, AFailingDeviceLeavesTheOlderCaptureInPlace) {
 }
 
 }  // namespace
-}  // namespace vorno::testing
+}  // namespace vorno::testing::capture_command_test

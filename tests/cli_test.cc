@@ -3,7 +3,7 @@
 
 #include <gtest/gtest.h>
 
-namespace vorno::testing {
+namespace vorno::testing::cli_test {
 namespace {
 
 bool contains(const std::string& text, const std::string& part) { return text.find(part) != std::string::npos; }
@@ -97,4 +97,4 @@ TEST(CommandLine, CaptureNeedsItsName) {
 }
 
 }  // namespace
-}  // namespace vorno::testing
+}  // namespace vorno::testing::cli_test

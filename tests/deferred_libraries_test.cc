@@ -10,7 +10,7 @@
 #include <filesystem>
 #include <string>
 
-namespace vorno {
+namespace vorno::deferred_libraries_test {
 namespace {
 
 namespace fs = std::filesystem;
@@ -52,4 +52,4 @@ TEST(DeferredLibraries, LibraryThatCantBeLoadedIsASentence) {
 }
 
 }  // namespace
-}  // namespace vorno
+}  // namespace vorno::deferred_libraries_test

@@ -10,7 +10,7 @@
 #include <optional>
 #include <string>
 
-namespace vorno::testing {
+namespace vorno::testing::devices_command_test {
 namespace {
 
 // Sets an environment variable for the life of the object, so the child process inherits it.
@@ -93,4 +93,4 @@ TEST(DevicesCommand, HelpHasNoOptionsAndTheAbstract) {
 }
 
 }  // namespace
-}  // namespace vorno::testing
+}  // namespace vorno::testing::devices_command_test

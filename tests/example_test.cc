@@ -15,7 +15,7 @@
 #include <set>
 #include <sstream>
 
-namespace vorno::testing {
+namespace vorno::testing::example_test {
 namespace {
 
 std::string exampleRoot() { return sourceDir() + "/examples/Demo.vorno"; }
@@ -140,4 +140,4 @@ TEST(ExamplePackage, NothingCoversTheWordsAndNoDeviceIsCutOnAnyTargetOrLocale) {
 }
 
 }  // namespace
-}  // namespace vorno::testing
+}  // namespace vorno::testing::example_test

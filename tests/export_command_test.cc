@@ -9,7 +9,7 @@
 
 #include <regex>
 
-namespace vorno::testing {
+namespace vorno::testing::export_command_test {
 namespace {
 
 namespace fs = std::filesystem;
@@ -130,4 +130,4 @@ TEST_F(ExportCommand, AllVariantsPrefixesEachLookAndRemovesLooksThatAreGone) {
 }
 
 }  // namespace
-}  // namespace vorno::testing
+}  // namespace vorno::testing::export_command_test

@@ -8,7 +8,7 @@
 
 #include <gtest/gtest.h>
 
-namespace vorno::testing {
+namespace vorno::testing::export_crash_test {
 namespace {
 
 namespace fs = std::filesystem;
@@ -85,4 +85,4 @@ TEST(ExportCrash, KilledMidRunThenRunAgainEndsCorrectAndKeepsUsersFiles) {
 }
 
 }  // namespace
-}  // namespace vorno::testing
+}  // namespace vorno::testing::export_crash_test

@@ -11,7 +11,7 @@
 #include <cstdio>
 #include <map>
 
-namespace vorno::testing {
+namespace vorno::testing::export_example_test {
 namespace {
 
 namespace fs = std::filesystem;
@@ -146,4 +146,4 @@ TEST(ExportExample, BothLayoutsEveryFileExactSizeNoAlphaAndManifest) {
 }
 
 }  // namespace
-}  // namespace vorno::testing
+}  // namespace vorno::testing::export_example_test

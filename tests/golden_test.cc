@@ -23,7 +23,7 @@
 #include <fstream>
 #include <string>
 
-namespace vorno::testing {
+namespace vorno::testing::golden_test {
 namespace {
 
 namespace fs = std::filesystem;
@@ -263,4 +263,4 @@ INSTANTIATE_TEST_SUITE_P(Cases, Golden, ::testing::ValuesIn(cases),
                          });
 
 }  // namespace
-}  // namespace vorno::testing
+}  // namespace vorno::testing::golden_test

@@ -12,7 +12,7 @@
 #include <fstream>
 #include <sstream>
 
-namespace vorno::testing {
+namespace vorno::testing::install_tree_test {
 namespace {
 
 namespace fs = std::filesystem;
@@ -115,4 +115,4 @@ TEST_F(InstallTree, MovedProgramInstallsItsOwnSkill) {
 }
 
 }  // namespace
-}  // namespace vorno::testing
+}  // namespace vorno::testing::install_tree_test

@@ -16,7 +16,7 @@
 #include <string>
 #include <vector>
 
-namespace vorno::testing {
+namespace vorno::testing::lint_command_test {
 namespace {
 
 namespace fs = std::filesystem;
@@ -345,4 +345,4 @@ TEST_F(LintPackage, SchemaFindingsComeFirstInDocumentOrderThenTheRules) {
 }
 
 }  // namespace
-}  // namespace vorno::testing
+}  // namespace vorno::testing::lint_command_test

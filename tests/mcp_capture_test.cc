@@ -14,7 +14,7 @@
 #include <gtest/gtest.h>
 #include <nlohmann/json.hpp>
 
-namespace vorno::testing {
+namespace vorno::testing::mcp_capture_test {
 namespace {
 
 namespace fs = std::filesystem;
@@ -127,4 +127,4 @@ TEST(MCPCapture, DeviceBootStartsTheEmulatorDetachedSoItOutlivesTheServer) {
 }
 
 }  // namespace
-}  // namespace vorno::testing
+}  // namespace vorno::testing::mcp_capture_test

@@ -18,7 +18,7 @@
 #include "tests/temp_folder.h"
 #include "tests/thread_waits.h"
 
-namespace vorno {
+namespace vorno::mcp_stdio_test {
 namespace {
 
 namespace fs = std::filesystem;
@@ -269,4 +269,4 @@ TEST_F(StdioServer, LibrariesLoggingNeverReachesTheProtocolStream) {
 }
 
 }  // namespace
-}  // namespace vorno
+}  // namespace vorno::mcp_stdio_test

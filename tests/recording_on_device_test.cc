@@ -11,7 +11,7 @@
 
 #include <cstdlib>
 
-namespace vorno {
+namespace vorno::recording_on_device_test {
 namespace {
 
 using testing::colorOfSecond;
@@ -50,4 +50,4 @@ TEST(RecordingOnDevice, ADeviceShowingARecordingPlaysIt) {
 }
 
 }  // namespace
-}  // namespace vorno
+}  // namespace vorno::recording_on_device_test

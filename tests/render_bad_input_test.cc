@@ -11,7 +11,7 @@
 #include <string>
 #include <vector>
 
-namespace vorno::testing {
+namespace vorno::testing::render_bad_input_test {
 namespace {
 
 namespace fs = std::filesystem;
@@ -135,4 +135,4 @@ TEST_F(RenderBadInput, TwentyThousandSquareImageElementEndsWithASentenceNotACras
 }
 
 }  // namespace
-}  // namespace vorno::testing
+}  // namespace vorno::testing::render_bad_input_test

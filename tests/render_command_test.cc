@@ -18,7 +18,7 @@ namespace vorno::cli {
 std::string layerFileName(size_t index, const std::string& id);
 }
 
-namespace vorno::testing {
+namespace vorno::testing::render_command_test {
 namespace {
 
 namespace fs = std::filesystem;
@@ -252,4 +252,4 @@ TEST_F(RenderCommand, OverviewNamesSheetsByTargetLocaleWordsAndVariant) {
 }
 
 }  // namespace
-}  // namespace vorno::testing
+}  // namespace vorno::testing::render_command_test

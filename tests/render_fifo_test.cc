@@ -21,7 +21,7 @@
 #include <string>
 #include <thread>
 
-namespace vorno::testing {
+namespace vorno::testing::render_fifo_test {
 namespace {
 
 namespace fs = std::filesystem;
@@ -152,4 +152,4 @@ TEST_F(RenderFIFO, CustomFrameThatIsANamedPipeIsAnIssueAndTheSlideStillRenders) 
 }
 
 }  // namespace
-}  // namespace vorno::testing
+}  // namespace vorno::testing::render_fifo_test

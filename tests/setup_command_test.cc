@@ -10,7 +10,7 @@
 #include <fstream>
 #include <sstream>
 
-namespace vorno::testing {
+namespace vorno::testing::setup_command_test {
 namespace {
 
 namespace fs = std::filesystem;
@@ -131,4 +131,4 @@ TEST(SetupCommand, FailingClaudeIsANoteWithTheCommandToRun) {
 }
 
 }  // namespace
-}  // namespace vorno::testing
+}  // namespace vorno::testing::setup_command_test

@@ -10,7 +10,7 @@
 #include <filesystem>
 #include <string>
 
-namespace vorno::testing {
+namespace vorno::testing::valid_text_cli_test {
 namespace {
 
 namespace fs = std::filesystem;
@@ -73,4 +73,4 @@ TEST_F(OddFolderName, ARenderThereWritesItsFileAndPrintsItsPathAsValidUTF8) {
 }
 
 }  // namespace
-}  // namespace vorno::testing
+}  // namespace vorno::testing::valid_text_cli_test

@@ -9,7 +9,7 @@
 
 #include <filesystem>
 
-namespace vorno::testing {
+namespace vorno::testing::variant_import_command_test {
 namespace {
 
 namespace fs = std::filesystem;
@@ -75,4 +75,4 @@ TEST_F(VariantImportCommand, MissingLookPackageIsAnError) {
 }
 
 }  // namespace
-}  // namespace vorno::testing
+}  // namespace vorno::testing::variant_import_command_test

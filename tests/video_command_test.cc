@@ -12,7 +12,7 @@
 #include <regex>
 #include <string>
 
-namespace vorno::testing {
+namespace vorno::testing::video_command_test {
 namespace {
 
 namespace fs = std::filesystem;
@@ -92,4 +92,4 @@ TEST_F(VideoCommand, OutIsUsedAsItStands) {
 }
 
 }  // namespace
-}  // namespace vorno::testing
+}  // namespace vorno::testing::video_command_test

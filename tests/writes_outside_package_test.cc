@@ -14,7 +14,7 @@
 #include <sstream>
 #include <string>
 
-namespace vorno::testing {
+namespace vorno::testing::writes_outside_package_test {
 namespace {
 
 namespace fs = std::filesystem;
@@ -320,4 +320,4 @@ TEST_F(WritesOutsidePackage, OverviewOfAllVariantsRefusesABadVariantBeforeTheFir
 }
 
 }  // namespace
-}  // namespace vorno::testing
+}  // namespace vorno::testing::writes_outside_package_test

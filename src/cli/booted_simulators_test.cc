@@ -6,7 +6,7 @@
 
 #include <gtest/gtest.h>
 
-namespace vorno::cli {
+namespace vorno::cli::booted_simulators_test {
 namespace {
 
 TEST(DevicesCommandBootedSimulators, ListedByNameAndUDIDAfterABlankLine) {
@@ -34,4 +34,4 @@ TEST(DevicesCommandBootedSimulators, NothingWhenNoneIsBootedOrTheSimulatorsCantB
 }
 
 }  // namespace
-}  // namespace vorno::cli
+}  // namespace vorno::cli::booted_simulators_test

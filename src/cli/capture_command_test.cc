@@ -12,7 +12,7 @@
 
 #include <sstream>
 
-namespace vorno::cli {
+namespace vorno::cli::capture_command_test {
 namespace {
 
 struct CaptureCommandInProcess : ::testing::Test {
@@ -59,4 +59,4 @@ TEST_F(CaptureCommandInProcess, IOSCaptureIsInferredFromTheBootedSimulator) {
 }
 
 }  // namespace
-}  // namespace vorno::cli
+}  // namespace vorno::cli::capture_command_test

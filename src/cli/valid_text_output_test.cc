@@ -5,7 +5,7 @@
 #include <iostream>
 #include <sstream>
 
-namespace vorno::cli {
+namespace vorno::cli::valid_text_output_test {
 namespace {
 
 const std::string replacement = "\xEF\xBF\xBD";
@@ -53,4 +53,4 @@ TEST(ValidTextOutput, InstalledItFiltersStandardOutputAndPutsItBackAfter) {
 }
 
 }  // namespace
-}  // namespace vorno::cli
+}  // namespace vorno::cli::valid_text_output_test

@@ -2,7 +2,7 @@
 
 #include <gtest/gtest.h>
 
-namespace vorno::mcp {
+namespace vorno::mcp::mcp_error_test {
 namespace {
 
 TEST(MCPError, EveryCaseHasItsCodeAndMessage) {
@@ -52,4 +52,4 @@ TEST(MCPError, ObjectWithoutCodeOrMessageDoesNotDecode) {
 }
 
 }  // namespace
-}  // namespace vorno::mcp
+}  // namespace vorno::mcp::mcp_error_test

@@ -4,7 +4,7 @@
 
 #include <string>
 
-namespace vorno::mcp {
+namespace vorno::mcp::message_head_test {
 namespace {
 
 TEST(MessageHead, IntegerIDBeforeTheParamsIsRead) {
@@ -42,4 +42,4 @@ TEST(MessageHead, NotAnObjectHasNoID) {
 }
 
 }  // namespace
-}  // namespace vorno::mcp
+}  // namespace vorno::mcp::message_head_test

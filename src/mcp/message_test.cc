@@ -4,7 +4,7 @@
 
 #include "mcp/protocol_version.h"
 
-namespace vorno::mcp {
+namespace vorno::mcp::message_test {
 namespace {
 
 Value parsed(const char* text) { return Value::parse(text).value(); }
@@ -115,4 +115,4 @@ TEST(MCPProtocolVersion, KnownVersionIsKeptAndUnknownGetsLatest) {
 }
 
 }  // namespace
-}  // namespace vorno::mcp
+}  // namespace vorno::mcp::message_test

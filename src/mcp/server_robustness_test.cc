@@ -15,7 +15,7 @@
 #include "mcp/testing/server_harness.h"
 #include "tests/hang_guard.h"
 
-namespace vorno::mcp {
+namespace vorno::mcp::server_robustness_test {
 namespace {
 
 using namespace std::chrono_literals;
@@ -466,4 +466,4 @@ TEST(MCPServerRobustness, ClientThatStopsReadingFailsOnlyItsSends) {
 }
 
 }  // namespace
-}  // namespace vorno::mcp
+}  // namespace vorno::mcp::server_robustness_test

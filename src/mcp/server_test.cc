@@ -19,7 +19,7 @@
 #include "mcp/testing/server_harness.h"
 #include "tests/hang_guard.h"
 
-namespace vorno::mcp {
+namespace vorno::mcp::server_test {
 namespace {
 
 using namespace std::chrono_literals;
@@ -355,4 +355,4 @@ TEST(MCPServer, ServerStartedIsLoggedWithNameAndVersion) {
 }
 
 }  // namespace
-}  // namespace vorno::mcp
+}  // namespace vorno::mcp::server_test

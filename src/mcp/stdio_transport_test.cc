@@ -13,7 +13,7 @@
 #include "mcp/testing/pipe_client.h"
 #include "tests/thread_waits.h"
 
-namespace vorno::mcp {
+namespace vorno::mcp::stdio_transport_test {
 namespace {
 
 using testing::PipeClient;
@@ -256,4 +256,4 @@ TEST(StdioTransport, DisconnectEndsAWaitingReceive) {
 }
 
 }  // namespace
-}  // namespace vorno::mcp
+}  // namespace vorno::mcp::stdio_transport_test

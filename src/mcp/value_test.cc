@@ -3,7 +3,7 @@
 #include <gtest/gtest.h>
 #include <nlohmann/json.hpp>
 
-namespace vorno::mcp {
+namespace vorno::mcp::value_test {
 namespace {
 
 TEST(MCPValue, IntegersAndDoublesAreKeptApartWhenRead) {
@@ -101,4 +101,4 @@ TEST(MCPValue, AccessorsAnswerOnlyForTheirKind) {
 }
 
 }  // namespace
-}  // namespace vorno::mcp
+}  // namespace vorno::mcp::value_test

@@ -6,7 +6,7 @@
 #include "kit/model/codings.h"
 #include "kit/model/slide.h"
 
-namespace vorno {
+namespace vorno::arguments_test {
 namespace {
 
 Arguments argumentsOf(const std::string& json) { return Arguments(*mcp::Value::parse(json)->objectValue(), "slide_upsert"); }
@@ -73,4 +73,4 @@ TEST(Arguments, DecodesAWholeSlide) {
 }
 
 }  // namespace
-}  // namespace vorno
+}  // namespace vorno::arguments_test

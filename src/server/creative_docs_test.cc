@@ -13,7 +13,7 @@
 #include "kit/util/format.h"
 #include "kit/util/geometry.h"
 
-namespace vorno {
+namespace vorno::creative_docs_test {
 namespace {
 
 bool contains(const std::string& text, const std::string& part) { return text.find(part) != std::string::npos; }
@@ -172,4 +172,4 @@ TEST(CreativeDocs, CanvasesTableHasEveryCanvasWithItsSafeAreaInPixels) {
 }
 
 }  // namespace
-}  // namespace vorno
+}  // namespace vorno::creative_docs_test

@@ -30,7 +30,7 @@
 #include "server/recipe_samples.h"
 #include "tests/temp_folder.h"
 
-namespace vorno {
+namespace vorno::guide_recipes_test {
 namespace {
 
 namespace fs = std::filesystem;
@@ -221,4 +221,4 @@ TEST(GuideRecipes, EverySampleDecodesChecksCleanAndRendersWithoutErrors) {
 }
 
 }  // namespace
-}  // namespace vorno
+}  // namespace vorno::guide_recipes_test

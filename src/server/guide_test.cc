@@ -12,7 +12,7 @@
 #include "server/vorno_server.h"
 #include "tests/temp_folder.h"
 
-namespace vorno {
+namespace vorno::guide_test {
 namespace {
 
 std::string read(const std::string& uri) {
@@ -218,4 +218,4 @@ TEST(Guide, ShareFolderFromTheEnvironmentComesFirst) {
 }
 
 }  // namespace
-}  // namespace vorno
+}  // namespace vorno::guide_test

@@ -5,7 +5,7 @@
 #include <atomic>
 #include <future>
 
-namespace vorno {
+namespace vorno::idle_memory_test {
 namespace {
 
 using namespace std::chrono_literals;
@@ -59,4 +59,4 @@ TEST(IdleMemory, WatcherReleasesByItselfOnceTheServerIsQuiet) {
 }
 
 }  // namespace
-}  // namespace vorno
+}  // namespace vorno::idle_memory_test

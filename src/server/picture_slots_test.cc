@@ -10,7 +10,7 @@
 #include "server/tool_registry.h"
 #include "tests/hang_guard.h"
 
-namespace vorno {
+namespace vorno::picture_slots_test {
 namespace {
 
 using namespace std::chrono_literals;
@@ -68,4 +68,4 @@ TEST(PictureSlots, RendersAndExportsTakeASlotAndEditsDoNot) {
 TEST(PictureSlots, TheServerHasAtLeastTwoSlots) { EXPECT_GE(PictureSlots::shared().freeCount(), 2); }
 
 }  // namespace
-}  // namespace vorno
+}  // namespace vorno::picture_slots_test

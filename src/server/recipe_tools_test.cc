@@ -15,7 +15,7 @@
 #include "server/recipe_samples.h"
 #include "server/tool_test_support.h"
 
-namespace vorno {
+namespace vorno::recipe_tools_test {
 namespace {
 
 namespace fs = std::filesystem;
@@ -106,4 +106,4 @@ TEST(RecipeTools, EverySampleIsValidInputForItsUpsertToolAndRendersWithoutErrors
 }
 
 }  // namespace
-}  // namespace vorno
+}  // namespace vorno::recipe_tools_test

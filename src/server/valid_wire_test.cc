@@ -12,7 +12,7 @@
 #include "server/tool_test_support.h"
 #include "server/vorno_server.h"
 
-namespace vorno {
+namespace vorno::valid_wire_test {
 namespace {
 
 namespace fs = std::filesystem;
@@ -113,4 +113,4 @@ TEST_F(OddBytesOnDisk, ARenderInTheFolderStillWritesItsFileAndAnswersValidUTF8) 
 }
 
 }  // namespace
-}  // namespace vorno
+}  // namespace vorno::valid_wire_test

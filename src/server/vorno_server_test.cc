@@ -12,7 +12,7 @@
 #include "server/tool_registry.h"
 #include "server/tool_test_support.h"
 
-namespace vorno {
+namespace vorno::vorno_server_test {
 namespace {
 
 using testing::ToolHarness;
@@ -294,4 +294,4 @@ TEST_F(ServedVorno, ExportWithoutAProgressTokenSendsOnlyItsAnswer) {
 }
 
 }  // namespace
-}  // namespace vorno
+}  // namespace vorno::vorno_server_test

@@ -8,7 +8,7 @@
 
 #include <gtest/gtest.h>
 
-namespace vorno {
+namespace vorno::adb_test {
 namespace {
 
 using testing::FakeAndroidSdk;
@@ -234,4 +234,4 @@ TEST_F(AdbTest, ScreenshotThatIsNoPNGFailsAndWritesNothing) {
 }
 
 }  // namespace
-}  // namespace vorno
+}  // namespace vorno::adb_test

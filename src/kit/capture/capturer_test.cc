@@ -11,7 +11,7 @@
 
 #include <cmath>
 
-namespace vorno {
+namespace vorno::capturer_test {
 namespace {
 
 using testing::FakeAndroidSdk;
@@ -262,4 +262,4 @@ TEST(CapturerBlankNote, ABlackCaptureGetsTheWarningALitOneNothing) {
 }
 
 }  // namespace
-}  // namespace vorno
+}  // namespace vorno::capturer_test

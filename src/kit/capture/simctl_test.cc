@@ -11,7 +11,7 @@
 
 #include <signal.h>
 
-namespace vorno {
+namespace vorno::simctl_test {
 namespace {
 
 using testing::FakeCall;
@@ -177,7 +177,9 @@ TEST_F(SimctlTest, LitDisplayOfAFoldableIsTheLargestThatIsntDark) {
   EXPECT_EQ(calls[2][5], "--display=2");
   // The trial pictures are gone.
   for (const auto& call : calls) {
-    if (call.size() > 6) EXPECT_FALSE(std::filesystem::exists(call[6])) << call[6];
+    if (call.size() > 6) {
+      EXPECT_FALSE(std::filesystem::exists(call[6])) << call[6];
+    }
   }
 }
 
@@ -251,4 +253,4 @@ TEST(SimctlMissing, WithoutXcrunEveryOperationEndsInOneSentence) {
 }
 
 }  // namespace
-}  // namespace vorno
+}  // namespace vorno::simctl_test

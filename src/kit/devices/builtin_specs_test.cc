@@ -2,7 +2,7 @@
 
 #include <gtest/gtest.h>
 
-namespace vorno {
+namespace vorno::builtin_specs_test {
 namespace {
 
 using Side = FrameSpec::Button::Side;
@@ -123,4 +123,4 @@ TEST(BuiltinSpecsFallback, ElevenFramesInTableOrder) {
 }
 
 }  // namespace
-}  // namespace vorno
+}  // namespace vorno::builtin_specs_test

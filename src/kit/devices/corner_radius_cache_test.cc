@@ -13,7 +13,7 @@
 #include <thread>
 #include <vector>
 
-namespace vorno {
+namespace vorno::corner_radius_cache_test {
 namespace {
 
 using testing::TempFolder;
@@ -126,4 +126,4 @@ TEST(CornerRadiusCacheShared, LivesInTheUserCachesFolder) {
 }
 
 }  // namespace
-}  // namespace vorno
+}  // namespace vorno::corner_radius_cache_test

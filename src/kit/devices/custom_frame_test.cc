@@ -11,7 +11,7 @@
 #include <functional>
 #include <memory>
 
-namespace vorno {
+namespace vorno::custom_frame_test {
 namespace {
 
 using Surface = std::unique_ptr<cairo_surface_t, decltype(&cairo_surface_destroy)>;
@@ -174,4 +174,4 @@ TEST(CustomFrameLoad, AChangedFileUnderTheSamePathIsMeasuredAgain) {
 }
 
 }  // namespace
-}  // namespace vorno
+}  // namespace vorno::custom_frame_test

@@ -12,7 +12,7 @@
 #include <cstdlib>
 #include <fstream>
 
-namespace vorno {
+namespace vorno::device_catalog_test {
 namespace {
 
 namespace fs = std::filesystem;
@@ -349,4 +349,4 @@ TEST_F(DeviceCatalogTest, ResolvedLeavesFramesWithoutMaskAlone) {
 }
 
 }  // namespace
-}  // namespace vorno
+}  // namespace vorno::device_catalog_test

@@ -8,7 +8,7 @@
 #include <cairo.h>
 #include <gtest/gtest.h>
 
-namespace vorno {
+namespace vorno::device_drawing_test {
 namespace {
 
 using namespace DeviceDrawing;
@@ -207,4 +207,4 @@ TEST(DeviceShadow, CoveredRectangleIsLeftUnpainted) {
 }
 
 }  // namespace
-}  // namespace vorno
+}  // namespace vorno::device_drawing_test

@@ -85,6 +85,10 @@ fs::path writeBundle(const fs::path& folder, const std::string& name, const nloh
   return bundle;
 }
 
+}  // namespace vorno::testing
+
+namespace vorno::testing::device_fixtures_test {
+namespace fs = std::filesystem;
 namespace {
 
 TEST(DeviceFixtures, PropertyListsReadBackInBothForms) {
@@ -117,4 +121,4 @@ TEST(DeviceFixtures, MaskPDFRendersItsShape) {
 }
 
 }  // namespace
-}  // namespace vorno::testing
+}  // namespace vorno::testing::device_fixtures_test

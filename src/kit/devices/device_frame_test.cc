@@ -6,7 +6,7 @@
 
 #include <gtest/gtest.h>
 
-namespace vorno {
+namespace vorno::device_frame_test {
 namespace {
 
 DeviceFrame iphone17Pro() {
@@ -160,4 +160,4 @@ TEST(FrameSpecCoding, RequiredFieldsMissingIsADecodingErrorAndOptionalsMayBeAbse
 }
 
 }  // namespace
-}  // namespace vorno
+}  // namespace vorno::device_frame_test

@@ -13,7 +13,7 @@
 #include <thread>
 #include <vector>
 
-namespace vorno {
+namespace vorno::device_renderer_test {
 namespace {
 
 TEST(DeviceRendererInit, FinishFallsBackToTheSpecsDefaultThenBlack) {
@@ -407,4 +407,4 @@ TEST(DeviceRendererDraw, ManyThreadsDrawTheSamePicture) {
   for (auto& canvas : canvases) EXPECT_TRUE(canvas->samePixels(alone));
 }
 }  // namespace
-}  // namespace vorno
+}  // namespace vorno::device_renderer_test

@@ -9,7 +9,7 @@
 #include <cmath>
 #include <fstream>
 
-namespace vorno {
+namespace vorno::screen_shape_test {
 namespace {
 
 using testing::TempFolder;
@@ -154,4 +154,4 @@ TEST(ScreenShapeFit, EqualScoresKeepTheEarlierCandidate) {
 }
 
 }  // namespace
-}  // namespace vorno
+}  // namespace vorno::screen_shape_test

@@ -7,7 +7,7 @@
 #include <nlohmann/json.hpp>
 #include <plist/plist.h>
 
-namespace vorno {
+namespace vorno::xcode_display_test {
 namespace {
 
 using nlohmann::json;
@@ -78,4 +78,4 @@ TEST(XcodeDisplayAll, ProfileMainScreenWhenNoDisplayIsListed) {
 }
 
 }  // namespace
-}  // namespace vorno
+}  // namespace vorno::xcode_display_test

@@ -9,7 +9,7 @@
 #include <fstream>
 #include <sstream>
 
-namespace vorno {
+namespace vorno::export_manifest_test {
 namespace {
 
 namespace fs = std::filesystem;
@@ -245,4 +245,4 @@ TEST(ExportManifest, EntryNamingAFolderIsNeverRemoved) {
 }
 
 }  // namespace
-}  // namespace vorno
+}  // namespace vorno::export_manifest_test

@@ -17,7 +17,7 @@
 
 #include <fstream>
 
-namespace vorno {
+namespace vorno::exporter_test {
 namespace {
 
 namespace fs = std::filesystem;
@@ -383,4 +383,4 @@ TEST_F(ExporterTest, ReportsProgressAfterEveryFileOneCallAtATime) {
 }
 
 }  // namespace
-}  // namespace vorno
+}  // namespace vorno::exporter_test

@@ -7,7 +7,7 @@
 #include <cstring>
 #include <vector>
 
-namespace vorno {
+namespace vorno::blur_test {
 namespace {
 
 // An ARGB32 image from a function of (x, y) giving a premultiplied word.
@@ -125,9 +125,9 @@ TEST(Blur, WorkStaysTheSameWhateverTheRadius) {
 }
 
 }  // namespace
-}  // namespace vorno
+}  // namespace vorno::blur_test
 
-namespace vorno {
+namespace vorno::blur_test {
 namespace {
 
 // A shadow's coverage is blurred as one channel; it must come out as the alpha of the
@@ -157,4 +157,4 @@ TEST(Blur, SingleChannelMatchesTheAlphaOfTheFourChannelBlur) {
 }
 
 }  // namespace
-}  // namespace vorno
+}  // namespace vorno::blur_test

@@ -7,7 +7,7 @@
 #include <cstdlib>
 #include <cstring>
 
-namespace vorno {
+namespace vorno::box_resampler_test {
 namespace {
 
 uint32_t pixelAt(const Image& image, int x, int y) {
@@ -230,4 +230,4 @@ TEST(BoxResampler, CacheHoldsNoSourceAndALimitBoundsIt) {
 }
 
 }  // namespace
-}  // namespace vorno
+}  // namespace vorno::box_resampler_test

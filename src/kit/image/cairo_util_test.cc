@@ -7,7 +7,7 @@
 
 #include <cstring>
 
-namespace vorno {
+namespace vorno::cairo_util_test {
 namespace {
 
 uint32_t at(const Image& image, int x, int y) {
@@ -51,4 +51,4 @@ TEST(CairoUtil, SavedStateComesBack) {
 }
 
 }  // namespace
-}  // namespace vorno
+}  // namespace vorno::cairo_util_test

@@ -7,7 +7,7 @@
 
 #include <cstring>
 
-namespace vorno {
+namespace vorno::canvas_test {
 namespace {
 
 uint32_t pixelAt(const Image& image, int x, int y) {
@@ -85,4 +85,4 @@ TEST(Canvas, MovedCanvasOwnsTheSurface) {
 }
 
 }  // namespace
-}  // namespace vorno
+}  // namespace vorno::canvas_test

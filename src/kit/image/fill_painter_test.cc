@@ -14,7 +14,7 @@
 #include <cstring>
 #include <fstream>
 
-namespace vorno {
+namespace vorno::fill_painter_test {
 namespace {
 
 using testing::TempFolder;
@@ -381,4 +381,4 @@ TEST(FillPainter, DitherKeepsTheEndColoursExact) {
 }
 
 }  // namespace
-}  // namespace vorno
+}  // namespace vorno::fill_painter_test

@@ -14,7 +14,7 @@
 #include <thread>
 #include <vector>
 
-namespace vorno {
+namespace vorno::image_cache_test {
 namespace {
 
 using testing::TempFolder;
@@ -183,4 +183,4 @@ TEST(ImageSizeCache, VideoFrameOfAMissingRecordingHasNoSize) {
 }
 
 }  // namespace
-}  // namespace vorno
+}  // namespace vorno::image_cache_test

@@ -12,7 +12,7 @@
 #include <filesystem>
 #include <fstream>
 
-namespace vorno {
+namespace vorno::image_decode_test {
 namespace {
 
 namespace fs = std::filesystem;
@@ -194,9 +194,9 @@ TEST(ImageDecode, InstalledLoaderFeedsTheSharedSampler) {
 }
 
 }  // namespace
-}  // namespace vorno
+}  // namespace vorno::image_decode_test
 
-namespace vorno {
+namespace vorno::image_decode_test {
 namespace {
 
 TEST(ImageDecode, InstalledLoaderDrawsVectorFills) {
@@ -214,4 +214,4 @@ TEST(ImageDecode, InstalledLoaderDrawsVectorFills) {
 }
 
 }  // namespace
-}  // namespace vorno
+}  // namespace vorno::image_decode_test

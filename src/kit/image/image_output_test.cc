@@ -20,7 +20,7 @@
 #include <fstream>
 #include <iterator>
 
-namespace vorno {
+namespace vorno::image_output_test {
 namespace {
 
 using testing::TempFolder;
@@ -379,4 +379,4 @@ TEST(ImagesDownscale, ZeroLimitOrNullImageFailsWithTheSentence) {
 }
 
 }  // namespace
-}  // namespace vorno
+}  // namespace vorno::image_output_test

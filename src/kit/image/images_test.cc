@@ -12,7 +12,7 @@
 #include <filesystem>
 #include <fstream>
 
-namespace vorno {
+namespace vorno::images_test {
 namespace {
 
 using testing::TempFolder;
@@ -200,4 +200,4 @@ TEST(ImagesModificationTime, FollowsTheFile) {
 }
 
 }  // namespace
-}  // namespace vorno
+}  // namespace vorno::images_test

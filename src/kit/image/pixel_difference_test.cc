@@ -5,7 +5,7 @@
 #include <cairo.h>
 #include <gtest/gtest.h>
 
-namespace vorno {
+namespace vorno::pixel_difference_test {
 namespace {
 
 using testing::solidPicture;
@@ -65,4 +65,4 @@ TEST(PixelDifference, TransparentPicturesAreTakenOverBlack) {
 }
 
 }  // namespace
-}  // namespace vorno
+}  // namespace vorno::pixel_difference_test

@@ -5,7 +5,7 @@
 #include <cstdlib>
 #include <vector>
 
-namespace vorno {
+namespace vorno::png_row_filters_test {
 namespace {
 
 using Row = std::vector<uint8_t>;
@@ -84,4 +84,4 @@ TEST(PNGRowFilters, MagnitudeReadsBytesAsSigned) {
 }
 
 }  // namespace
-}  // namespace vorno
+}  // namespace vorno::png_row_filters_test

@@ -5,7 +5,7 @@
 #include <cstring>
 #include <utility>
 
-namespace vorno {
+namespace vorno::scratch_buffers_test {
 namespace {
 
 constexpr size_t MiB = size_t{1} << 20;
@@ -78,4 +78,4 @@ TEST_F(ScratchBuffersTest, MovedBufferIsGivenBackOnce) {
 }
 
 }  // namespace
-}  // namespace vorno
+}  // namespace vorno::scratch_buffers_test

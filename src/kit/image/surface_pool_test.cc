@@ -5,7 +5,7 @@
 #include <cairo.h>
 #include <gtest/gtest.h>
 
-namespace vorno {
+namespace vorno::surface_pool_test {
 namespace {
 
 // A 1024 × 512 canvas (2 MiB, large enough to be kept) painted one colour.
@@ -74,4 +74,4 @@ TEST_F(SurfacePoolTest, AnotherSizeOrFormatIsNotServedFromThePool) {
 }
 
 }  // namespace
-}  // namespace vorno
+}  // namespace vorno::surface_pool_test

@@ -10,7 +10,7 @@
 #include <cstring>
 #include <fstream>
 
-namespace vorno {
+namespace vorno::vector_image_test {
 namespace {
 
 using testing::TempFolder;
@@ -121,4 +121,4 @@ TEST(VectorImage, UnreadableFilesGiveNothing) {
 }
 
 }  // namespace
-}  // namespace vorno
+}  // namespace vorno::vector_image_test

@@ -28,7 +28,7 @@ extern "C" {
 #include <functional>
 #include <thread>
 
-namespace vorno {
+namespace vorno::video_frames_test {
 namespace {
 
 using testing::colorOfSecond;
@@ -419,4 +419,4 @@ TEST(VideoFrames, ImageCacheShowsTheMomentOfAStampedPath) {
 }
 
 }  // namespace
-}  // namespace vorno
+}  // namespace vorno::video_frames_test

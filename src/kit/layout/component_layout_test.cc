@@ -7,7 +7,7 @@
 
 #include <cmath>
 
-namespace vorno {
+namespace vorno::component_layout_test {
 namespace {
 
 using D = ComponentDrawing;
@@ -413,4 +413,4 @@ TEST(ComponentLayout, EmptyComponentStillHasASize) {
 }
 
 }  // namespace
-}  // namespace vorno
+}  // namespace vorno::component_layout_test

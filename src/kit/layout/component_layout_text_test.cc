@@ -9,7 +9,7 @@
 
 #include <cmath>
 
-namespace vorno {
+namespace vorno::component_layout_text_test {
 namespace {
 
 using D = ComponentDrawing;
@@ -100,4 +100,4 @@ TEST(ComponentLayoutText, EveryStarterLaysOut) {
 }
 
 }  // namespace
-}  // namespace vorno
+}  // namespace vorno::component_layout_text_test

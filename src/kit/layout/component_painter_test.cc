@@ -13,7 +13,7 @@
 #include <cstdint>
 #include <filesystem>
 
-namespace vorno {
+namespace vorno::component_painter_test {
 namespace {
 
 using D = ComponentDrawing;
@@ -197,4 +197,4 @@ TEST(ComponentPainter, TailStaysInItsRectangle) {
 }
 
 }  // namespace
-}  // namespace vorno
+}  // namespace vorno::component_painter_test

@@ -5,7 +5,7 @@
 
 #include <gtest/gtest.h>
 
-namespace vorno {
+namespace vorno::device_fit_test {
 namespace {
 
 constexpr double W = 1320, H = 2868;
@@ -59,4 +59,4 @@ TEST(DeviceFit, WidthFromTheDocumentIsTheDesignAndIsLeftAsItIs) {
 }
 
 }  // namespace
-}  // namespace vorno
+}  // namespace vorno::device_fit_test

@@ -7,7 +7,7 @@
 #include <algorithm>
 #include <filesystem>
 
-namespace vorno {
+namespace vorno::device_resolution_test {
 namespace {
 
 using testing::TestPackage;
@@ -273,4 +273,4 @@ TEST(DeviceResolution, UnknownFinishIsReportedWithTheFramesOptions) {
 }
 
 }  // namespace
-}  // namespace vorno
+}  // namespace vorno::device_resolution_test

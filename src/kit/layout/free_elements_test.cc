@@ -10,7 +10,7 @@
 
 #include <nlohmann/json.hpp>
 
-namespace vorno {
+namespace vorno::free_elements_test {
 namespace {
 
 using testing::TestPackage;
@@ -157,4 +157,4 @@ TEST(FreeElements, ElementPlacedOnlyOnTheIPhoneKeepsItsPlaceOnTheIPad) {
 }
 
 }  // namespace
-}  // namespace vorno
+}  // namespace vorno::free_elements_test

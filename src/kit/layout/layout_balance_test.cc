@@ -11,7 +11,7 @@
 
 #include <cmath>
 
-namespace vorno {
+namespace vorno::layout_balance_test {
 namespace {
 
 using testing::TestPackage;
@@ -81,4 +81,4 @@ TEST(LayoutBalance, LatinHeadlineThatEndedOnOneWordNowEndsOnTwoOrMoreAtTheSameSi
 }
 
 }  // namespace
-}  // namespace vorno
+}  // namespace vorno::layout_balance_test

@@ -8,7 +8,7 @@
 #include <atomic>
 #include <thread>
 
-namespace vorno {
+namespace vorno::layout_concurrency_test {
 namespace {
 
 using testing::TestPackage;
@@ -51,4 +51,4 @@ TEST(LayoutConcurrency, FiftySlidesOnEightThreadsEqualTheSequentialResults) {
 }
 
 }  // namespace
-}  // namespace vorno
+}  // namespace vorno::layout_concurrency_test

@@ -6,7 +6,7 @@
 
 #include <algorithm>
 
-namespace vorno {
+namespace vorno::layout_findings_test {
 namespace {
 
 using testing::TestPackage;
@@ -61,4 +61,4 @@ TEST(LayoutFindings, WhatLintAlreadySaysForTheSlideAndLocaleIsNotRepeated) {
 }
 
 }  // namespace
-}  // namespace vorno
+}  // namespace vorno::layout_findings_test

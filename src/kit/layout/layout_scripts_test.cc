@@ -9,7 +9,7 @@
 
 #include <algorithm>
 
-namespace vorno {
+namespace vorno::layout_scripts_test {
 namespace {
 
 using testing::TestPackage;
@@ -74,4 +74,4 @@ INSTANTIATE_TEST_SUITE_P(Localised, HeadlineScripts,
                          });
 
 }  // namespace
-}  // namespace vorno
+}  // namespace vorno::layout_scripts_test

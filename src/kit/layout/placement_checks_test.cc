@@ -5,7 +5,7 @@
 
 #include <gtest/gtest.h>
 
-namespace vorno {
+namespace vorno::placement_checks_test {
 namespace {
 
 using testing::TestPackage;
@@ -177,4 +177,4 @@ TEST(DeviceCropped, DeviceInFullViewOrBleedingALittleIsQuiet) {
 }
 
 }  // namespace
-}  // namespace vorno
+}  // namespace vorno::placement_checks_test

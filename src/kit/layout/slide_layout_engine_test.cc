@@ -7,7 +7,7 @@
 
 #include <algorithm>
 
-namespace vorno {
+namespace vorno::slide_layout_engine_test {
 namespace {
 
 using testing::TestPackage;
@@ -305,9 +305,9 @@ TEST(SlideLayout, ElementsComeOutInStackingOrderWithStableTies) {
 }
 
 }  // namespace
-}  // namespace vorno
+}  // namespace vorno::slide_layout_engine_test
 
-namespace vorno {
+namespace vorno::slide_layout_engine_test {
 namespace {
 
 TEST(SlideLayoutFonts, FamilyInstalledNowhereIsReportedMissingOnce) {
@@ -336,4 +336,4 @@ TEST(SlideLayoutFonts, FamilyInstalledNowhereIsReportedMissingOnce) {
 }
 
 }  // namespace
-}  // namespace vorno
+}  // namespace vorno::slide_layout_engine_test

@@ -6,7 +6,7 @@
 
 #include <algorithm>
 
-namespace vorno {
+namespace vorno::spread_layout_test {
 namespace {
 
 using testing::TestPackage;
@@ -171,4 +171,4 @@ TEST(SpreadLayout, TextRunningOffTheBoardIsReportedForTheSpread) {
 }
 
 }  // namespace
-}  // namespace vorno
+}  // namespace vorno::spread_layout_test

@@ -8,7 +8,7 @@
 #include <string>
 #include <vector>
 
-namespace vorno {
+namespace vorno::svg_path_test {
 namespace {
 
 using Verb = Path::Verb;
@@ -293,4 +293,4 @@ TEST(SVGPath, AnyInputParsesOrGivesOneSentence) {
 }
 
 }  // namespace
-}  // namespace vorno
+}  // namespace vorno::svg_path_test

@@ -9,7 +9,7 @@
 #include <fstream>
 #include <sstream>
 
-namespace vorno {
+namespace vorno::symbols_test {
 namespace {
 
 namespace fs = std::filesystem;
@@ -151,4 +151,4 @@ TEST(Symbols, MissingTableGivesNothing) {
 }
 
 }  // namespace
-}  // namespace vorno
+}  // namespace vorno::symbols_test

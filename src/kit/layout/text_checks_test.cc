@@ -5,7 +5,7 @@
 
 #include <gtest/gtest.h>
 
-namespace vorno {
+namespace vorno::text_checks_test {
 namespace {
 
 using testing::heroSlide;
@@ -123,9 +123,9 @@ TEST(ContrastAdvice, SuggestionIsCheckedAsTheHexItIsWrittenAs) {
 }
 
 }  // namespace
-}  // namespace vorno
+}  // namespace vorno::text_checks_test
 
-namespace vorno {
+namespace vorno::text_checks_test {
 namespace {
 
 std::string longCopy(size_t characters) {
@@ -172,4 +172,4 @@ TEST(TextLength, TextAtTheLimitGivesNoWarning) {
 }
 
 }  // namespace
-}  // namespace vorno
+}  // namespace vorno::text_checks_test

@@ -19,7 +19,7 @@
 #include <string>
 #include <vector>
 
-namespace vorno {
+namespace vorno::app_store_policy_test {
 namespace {
 
 const std::string priceTail =
@@ -276,4 +276,4 @@ TEST(AppStorePolicy, FindingsAreThoseOfEveryPatternRunOnEveryText) {
 }
 
 }  // namespace
-}  // namespace vorno
+}  // namespace vorno::app_store_policy_test

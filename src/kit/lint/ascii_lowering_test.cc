@@ -7,7 +7,7 @@
 
 #include <string>
 
-namespace vorno {
+namespace vorno::ascii_lowering_test {
 namespace {
 
 std::string icuLowered(const std::string& text) {
@@ -33,4 +33,4 @@ TEST(AsciiLowering, TextWithAnyOtherCharacterIsLeftToICU) {
 }
 
 }  // namespace
-}  // namespace vorno
+}  // namespace vorno::ascii_lowering_test

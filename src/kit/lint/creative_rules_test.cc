@@ -7,7 +7,7 @@
 #include <string>
 #include <vector>
 
-namespace vorno {
+namespace vorno::creative_rules_test {
 namespace {
 
 Creative creative(const std::string& id, const std::string& canvas = "ios.header") {
@@ -344,4 +344,4 @@ TEST(CreativeRules, CreativeRulesComeInTheirDocumentedOrder) {
 }
 
 }  // namespace
-}  // namespace vorno
+}  // namespace vorno::creative_rules_test

@@ -13,7 +13,7 @@
 #include <string>
 #include <vector>
 
-namespace vorno {
+namespace vorno::linter_test {
 namespace {
 
 Slide slide(const std::string& id, const std::string& headline = "Plan your day") {
@@ -402,4 +402,4 @@ TEST(Linter, VariantIssuesAreThoseOfApplyingEveryLookInFull) {
 }
 
 }  // namespace
-}  // namespace vorno
+}  // namespace vorno::linter_test

@@ -15,7 +15,7 @@
 #include <string>
 #include <vector>
 
-namespace vorno {
+namespace vorno::play_policy_test {
 namespace {
 
 Project playProject(const std::string& headline, std::vector<std::string> targets = {"play.phone"}) {
@@ -186,4 +186,4 @@ TEST(PlayPolicy, ClaimsAreThoseOfEveryWordCheckedOnEveryText) {
 }
 
 }  // namespace
-}  // namespace vorno
+}  // namespace vorno::play_policy_test

@@ -10,7 +10,7 @@
 
 #include "kit/model/coding.h"
 
-namespace vorno {
+namespace vorno::schema_check_test {
 namespace {
 
 using Finding = SchemaCheck::Finding;
@@ -577,4 +577,4 @@ TEST(SchemaCheckThreads, ShapesAreSharedSafelyAcrossThreads) {
 }
 
 }  // namespace
-}  // namespace vorno
+}  // namespace vorno::schema_check_test

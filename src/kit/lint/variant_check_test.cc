@@ -11,7 +11,7 @@
 #include <random>
 #include <string>
 
-namespace vorno {
+namespace vorno::variant_check_test {
 namespace {
 
 // Two slides in a spread, a third slide, no creatives: read from JSON, as every linted base is.
@@ -127,4 +127,4 @@ TEST(VariantCheck, AgreesWithApplyingInFullOnRandomLooks) {
 }
 
 }  // namespace
-}  // namespace vorno
+}  // namespace vorno::variant_check_test

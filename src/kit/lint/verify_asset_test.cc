@@ -17,7 +17,7 @@
 #include <string>
 #include <vector>
 
-namespace vorno {
+namespace vorno::verify_asset_test {
 namespace {
 
 namespace fs = std::filesystem;
@@ -219,4 +219,4 @@ TEST(VerifyAsset, JPEGIsReadForItsSizeAndHasNoAlpha) {
 }
 
 }  // namespace
-}  // namespace vorno
+}  // namespace vorno::verify_asset_test

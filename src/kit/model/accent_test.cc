@@ -2,7 +2,7 @@
 
 #include <gtest/gtest.h>
 
-namespace vorno {
+namespace vorno::accent_test {
 namespace {
 
 // The byte range of the first occurrence of `part` in `text`.
@@ -57,4 +57,4 @@ TEST(Accent, RangeBeyondTheTextIsCutToTheText) {
 }
 
 }  // namespace
-}  // namespace vorno
+}  // namespace vorno::accent_test

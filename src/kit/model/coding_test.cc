@@ -2,7 +2,7 @@
 
 #include <gtest/gtest.h>
 
-namespace vorno {
+namespace vorno::coding_test {
 namespace {
 
 DecodingError errorOf(const std::function<void()>& body) {
@@ -76,13 +76,15 @@ TEST(Decoding, DeepNestingIsRefusedBeforeParsing) {
 
 enum class Fruit { apple, blood_orange };
 }  // namespace
+}  // namespace vorno::coding_test
 
 template <>
-struct EnumNames<Fruit> {
+struct vorno::EnumNames<vorno::coding_test::Fruit> {
   static constexpr std::string_view typeName = "Fruit";
   static constexpr std::array<std::string_view, 2> names{"apple", "blood-orange"};
 };
 
+namespace vorno::coding_test {
 namespace {
 
 TEST(Decoding, EnumerationsReadRawValuesAndRefuseOthersNamingTheChoices) {
@@ -100,4 +102,4 @@ TEST(Decoding, MapsAndArraysCarryKeysAndIndicesInThePath) {
 }
 
 }  // namespace
-}  // namespace vorno
+}  // namespace vorno::coding_test

@@ -4,7 +4,7 @@
 
 #include <cmath>
 
-namespace vorno {
+namespace vorno::color_test {
 namespace {
 
 void expectColor(const RGBColor& actual, double r, double g, double b, double a = 1) {
@@ -161,4 +161,4 @@ TEST(RGBColor, MixedClampsTheAmount) {
 }
 
 }  // namespace
-}  // namespace vorno
+}  // namespace vorno::color_test

@@ -5,7 +5,7 @@
 
 #include <gtest/gtest.h>
 
-namespace vorno {
+namespace vorno::creative_test {
 namespace {
 
 Creative decodeCreative(std::string_view text) {
@@ -87,4 +87,4 @@ TEST(Creative, UnitSafeAreaIsTheSafeAreaAsFractions) {
 }
 
 }  // namespace
-}  // namespace vorno
+}  // namespace vorno::creative_test

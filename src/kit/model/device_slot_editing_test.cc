@@ -4,7 +4,7 @@
 
 #include <gtest/gtest.h>
 
-namespace vorno {
+namespace vorno::device_slot_editing_test {
 namespace {
 
 using ByTarget = std::map<std::string, std::string>;
@@ -160,4 +160,4 @@ TEST(DeviceSlotEditing, RemoveCropsClearsEveryCropAndDropsEmptiedEntries) {
 }
 
 }  // namespace
-}  // namespace vorno
+}  // namespace vorno::device_slot_editing_test

@@ -8,7 +8,7 @@
 #include "kit/model/coding.h"
 #include "kit/model/paint_coding.h"
 
-namespace vorno {
+namespace vorno::fill_test {
 namespace {
 
 DecodingError errorOf(const std::function<void()>& body) {
@@ -322,4 +322,4 @@ TEST(ImageFill, ContainPlacementFitsInsideCentred) {
 }
 
 }  // namespace
-}  // namespace vorno
+}  // namespace vorno::fill_test

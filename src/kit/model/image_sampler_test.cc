@@ -16,7 +16,7 @@
 #include "kit/model/fill.h"
 #include "kit/image/image_decode.h"
 
-namespace vorno {
+namespace vorno::image_sampler_test {
 namespace {
 
 namespace fs = std::filesystem;
@@ -311,4 +311,4 @@ TEST_F(ImageFillSampling, EmptyBoxReadsAsOutsideTheImage) {
 }
 
 }  // namespace
-}  // namespace vorno
+}  // namespace vorno::image_sampler_test

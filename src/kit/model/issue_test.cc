@@ -6,7 +6,7 @@
 
 #include "kit/model/coding.h"
 
-namespace vorno {
+namespace vorno::issue_test {
 namespace {
 
 Issue sample() {
@@ -107,4 +107,4 @@ TEST(Issue, ListsGoThroughTheCodingFramework) {
 }
 
 }  // namespace
-}  // namespace vorno
+}  // namespace vorno::issue_test

@@ -4,7 +4,7 @@
 
 #include <gtest/gtest.h>
 
-namespace vorno {
+namespace vorno::json_value_test {
 namespace {
 
 Json j(const char* text) { return Json::parse(text); }
@@ -252,4 +252,4 @@ TEST(JSONTextFields, ListsTheTextsAPatchSets) {
 }
 
 }  // namespace
-}  // namespace vorno
+}  // namespace vorno::json_value_test

@@ -4,7 +4,7 @@
 
 #include <gtest/gtest.h>
 
-namespace vorno {
+namespace vorno::localized_text_test {
 namespace {
 
 LocalizedText texts(std::map<std::string, std::string> values) { return LocalizedText{std::move(values)}; }
@@ -83,4 +83,4 @@ TEST(LocalizedText, ObjectAttemptsErrorIsReported) {
 }
 
 }  // namespace
-}  // namespace vorno
+}  // namespace vorno::localized_text_test

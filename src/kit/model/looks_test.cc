@@ -8,7 +8,7 @@
 
 #include <gtest/gtest.h>
 
-namespace vorno {
+namespace vorno::looks_test {
 namespace {
 
 Json j(const char* text) { return Json::parse(text); }
@@ -269,4 +269,4 @@ TEST(ProjectStoryOutline, GivesOneLineASlideInPlainText) {
 }
 
 }  // namespace
-}  // namespace vorno
+}  // namespace vorno::looks_test

@@ -6,7 +6,7 @@
 #include <limits>
 #include <random>
 
-namespace vorno {
+namespace vorno::motion_sampling_test {
 namespace {
 
 Keyframe at(double t) { return Keyframe{t, {}, {}, {}, {}, {}, {}}; }
@@ -535,4 +535,4 @@ TEST(MotionFrame, RandomMotionsGiveFiniteFramesThatRepeatAfterTheDuration) {
 }
 
 }  // namespace
-}  // namespace vorno
+}  // namespace vorno::motion_sampling_test

@@ -5,7 +5,7 @@
 
 #include <gtest/gtest.h>
 
-namespace vorno {
+namespace vorno::motion_test {
 namespace {
 
 const char* fullMotion = R"({
@@ -111,4 +111,4 @@ TEST(MotionPose, DefaultsAreTheRestingPose) {
 }
 
 }  // namespace
-}  // namespace vorno
+}  // namespace vorno::motion_test

@@ -9,7 +9,7 @@
 #include <fstream>
 #include <sstream>
 
-namespace vorno {
+namespace vorno::project_json_test {
 namespace {
 
 // A document that sets every field of every record, in the form the writer gives back.
@@ -295,4 +295,4 @@ TEST(ProjectJSON, ExamplePackageReadsAndWritesStably) {
 }
 
 }  // namespace
-}  // namespace vorno
+}  // namespace vorno::project_json_test

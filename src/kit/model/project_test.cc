@@ -5,7 +5,7 @@
 
 #include <gtest/gtest.h>
 
-namespace vorno {
+namespace vorno::project_test {
 namespace {
 
 Slide slide(const std::string& id, const std::string& headline = "") {
@@ -161,4 +161,4 @@ TEST(Project, RepairKeepsSurvivingSpreadsInTheirOrder) {
 }
 
 }  // namespace
-}  // namespace vorno
+}  // namespace vorno::project_test

@@ -4,7 +4,7 @@
 
 #include <gtest/gtest.h>
 
-namespace vorno {
+namespace vorno::slide_element_test {
 namespace {
 
 template <class T>
@@ -284,4 +284,4 @@ TEST(SlideElement, InvalidPlatformInListIsRefusedWithItsIndex) {
 }
 
 }  // namespace
-}  // namespace vorno
+}  // namespace vorno::slide_element_test

@@ -3,7 +3,7 @@
 
 #include <gtest/gtest.h>
 
-namespace vorno {
+namespace vorno::slide_moment_test {
 namespace {
 
 LocalizedText english(const std::string& text) { return LocalizedText{{{"en-US", text}}}; }
@@ -86,4 +86,4 @@ TEST(SlideMoment, OnlyFramePathsUseFrames) {
 }
 
 }  // namespace
-}  // namespace vorno
+}  // namespace vorno::slide_moment_test

@@ -5,7 +5,7 @@
 
 #include <gtest/gtest.h>
 
-namespace vorno {
+namespace vorno::slide_test {
 namespace {
 
 Slide decodeSlide(std::string_view text) {
@@ -192,4 +192,4 @@ TEST(Slide, EffectivePlacementUsesTheSlidesOverrides) {
 }
 
 }  // namespace
-}  // namespace vorno
+}  // namespace vorno::slide_test

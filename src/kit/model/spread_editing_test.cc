@@ -6,7 +6,7 @@
 
 #include <cmath>
 
-namespace vorno {
+namespace vorno::spread_editing_test {
 namespace {
 
 const std::string iphone = "ios.iphone-6.9";
@@ -352,4 +352,4 @@ TEST(SpreadEditing, MoveElementToSlideWithUnknownIdsOrIndexChangesNothing) {
 }
 
 }  // namespace
-}  // namespace vorno
+}  // namespace vorno::spread_editing_test

@@ -4,7 +4,7 @@
 
 #include <set>
 
-namespace vorno {
+namespace vorno::store_target_test {
 namespace {
 
 TEST(StoreTarget, HeaderIsNotNamedButAnyFindsIt) {
@@ -244,4 +244,4 @@ TEST(StoreTarget, EqualityIsOverAllFields) {
 }
 
 }  // namespace
-}  // namespace vorno
+}  // namespace vorno::store_target_test

@@ -2,7 +2,7 @@
 
 #include <gtest/gtest.h>
 
-namespace vorno {
+namespace vorno::text_markup_test {
 namespace {
 
 TEST(TextMarkup, PlainRemovesEmphasisAndLineScales) {
@@ -48,4 +48,4 @@ TEST(TextMarkup, LineScaleIsClampedAndReturnsTheRest) {
 }
 
 }  // namespace
-}  // namespace vorno
+}  // namespace vorno::text_markup_test

@@ -4,7 +4,7 @@
 
 #include <gtest/gtest.h>
 
-namespace vorno {
+namespace vorno::text_style_test {
 namespace {
 
 TEST(TextStyle, RecordWithNoArgumentsIsEmpty) {
@@ -69,4 +69,4 @@ TEST(TextStyle, WrongTypesAreReportedAtTheirPath) {
 }
 
 }  // namespace
-}  // namespace vorno
+}  // namespace vorno::text_style_test

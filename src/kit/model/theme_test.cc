@@ -4,7 +4,7 @@
 
 #include <gtest/gtest.h>
 
-namespace vorno {
+namespace vorno::theme_test {
 namespace {
 
 const char* fullTheme = R"({
@@ -83,4 +83,4 @@ TEST(Theme, InvalidHeadlineWeightIsRefused) {
 }
 
 }  // namespace
-}  // namespace vorno
+}  // namespace vorno::theme_test

@@ -4,7 +4,7 @@
 
 #include <gtest/gtest.h>
 
-namespace vorno {
+namespace vorno::variant_test {
 namespace {
 
 TEST(Variant, ReadsAndWritesIdNameAndPatch) {
@@ -58,4 +58,4 @@ TEST(JSONValue, CopiesAreIndependentAndMovedFromReadsNull) {
 }
 
 }  // namespace
-}  // namespace vorno
+}  // namespace vorno::variant_test

@@ -12,7 +12,7 @@
 
 #include <random>
 
-namespace vorno {
+namespace vorno::variants_property_test {
 namespace {
 
 Project withoutVariants(Project p) {
@@ -103,4 +103,4 @@ TEST(VariantsProperty, Merge3TakesTheOnlySideThatChanged) {
 }
 
 }  // namespace
-}  // namespace vorno
+}  // namespace vorno::variants_property_test

@@ -7,7 +7,7 @@
 
 #include <gtest/gtest.h>
 
-namespace vorno {
+namespace vorno::variants_test {
 namespace {
 
 Json j(const char* text) { return Json::parse(text); }
@@ -285,4 +285,4 @@ TEST(ProjectMerge, ConflictingEditsLetTheirsWin) {
 }
 
 }  // namespace
-}  // namespace vorno
+}  // namespace vorno::variants_test

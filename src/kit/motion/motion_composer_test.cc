@@ -5,7 +5,7 @@
 
 #include <gtest/gtest.h>
 
-namespace vorno {
+namespace vorno::motion_composer_test {
 namespace {
 
 ElementLayout element(const std::string& id, Rect frame, double z = 2) {
@@ -109,4 +109,4 @@ TEST(MotionComposer, ASpreadsElementIsMovedOnlyByTheCamera) {
 }
 
 }  // namespace
-}  // namespace vorno
+}  // namespace vorno::motion_composer_test

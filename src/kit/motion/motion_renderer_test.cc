@@ -12,7 +12,7 @@
 #include <algorithm>
 #include <filesystem>
 
-namespace vorno {
+namespace vorno::motion_renderer_test {
 namespace {
 
 namespace fs = std::filesystem;
@@ -186,4 +186,4 @@ TEST_F(MotionRendererTest, AFilmstripOfFiveFramesHasThreeColumnsAndTwoRowsAndOne
 }
 
 }  // namespace
-}  // namespace vorno
+}  // namespace vorno::motion_renderer_test

@@ -6,7 +6,7 @@
 
 #include <gtest/gtest.h>
 
-namespace vorno {
+namespace vorno::component_thumbnail_test {
 namespace {
 
 using testing::rgbAt;
@@ -39,4 +39,4 @@ TEST(ComponentThumbnail, InvertedUsesTheInvertedBackground) {
 }
 
 }  // namespace
-}  // namespace vorno
+}  // namespace vorno::component_thumbnail_test

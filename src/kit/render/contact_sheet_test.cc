@@ -11,7 +11,7 @@
 
 #include <atomic>
 
-namespace vorno {
+namespace vorno::contact_sheet_test {
 namespace {
 
 using testing::rgbAt;
@@ -184,4 +184,4 @@ TEST(ContactSheet, SetThatFitsOneRowStaysInOneRowAtItsTileHeight) {
 }
 
 }  // namespace
-}  // namespace vorno
+}  // namespace vorno::contact_sheet_test

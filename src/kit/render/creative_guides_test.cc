@@ -4,7 +4,7 @@
 
 #include <gtest/gtest.h>
 
-namespace vorno {
+namespace vorno::creative_guides_test {
 namespace {
 
 using testing::rgbAt;
@@ -38,4 +38,4 @@ TEST(CreativeGuides, TargetWithoutSafeAreaGivesTheImageUnchanged) {
 }
 
 }  // namespace
-}  // namespace vorno
+}  // namespace vorno::creative_guides_test

@@ -12,7 +12,7 @@
 #include <gtest/gtest.h>
 
 
-namespace vorno {
+namespace vorno::device_layer_test {
 namespace {
 
 using namespace vorno::testing;
@@ -82,4 +82,4 @@ TEST(DeviceLayer, TwentyThousandSquareCaptureIsASentenceOrADrawing) {
 }
 
 }  // namespace
-}  // namespace vorno
+}  // namespace vorno::device_layer_test

@@ -13,7 +13,7 @@
 
 #include <fstream>
 
-namespace vorno {
+namespace vorno::image_drawing_test {
 namespace {
 
 using namespace vorno::testing;
@@ -184,4 +184,4 @@ TEST(ImageDrawing, PNGOfTwentyThousandSquareIsASentenceNotACrashOrAHang) {
 }
 
 }  // namespace
-}  // namespace vorno
+}  // namespace vorno::image_drawing_test

@@ -8,7 +8,7 @@
 
 #include <cstdlib>
 
-namespace vorno {
+namespace vorno::layer_bounds_test {
 namespace {
 
 using testing::block;
@@ -136,4 +136,4 @@ TEST(LayerBounds, ClampedShadowKeepsItsDirectionAndTheLayerFits) {
 }
 
 }  // namespace
-}  // namespace vorno
+}  // namespace vorno::layer_bounds_test

@@ -12,7 +12,7 @@
 #include <thread>
 #include <vector>
 
-namespace vorno {
+namespace vorno::layer_cache_test {
 namespace {
 
 using testing::block;
@@ -184,4 +184,4 @@ TEST(LayerCache, PlannedUsesOnManyThreadsDrawOnceAndLeaveNothing) {
 }
 
 }  // namespace
-}  // namespace vorno
+}  // namespace vorno::layer_cache_test

@@ -10,7 +10,7 @@
 #include <thread>
 #include <vector>
 
-namespace vorno {
+namespace vorno::layer_concurrency_test {
 namespace {
 
 using namespace vorno::testing;
@@ -63,4 +63,4 @@ TEST(LayerConcurrency, ThreadsDrawTheSamePixelsAsOneThread) {
 }
 
 }  // namespace
-}  // namespace vorno
+}  // namespace vorno::layer_concurrency_test

@@ -14,7 +14,7 @@
 #include <cstdlib>
 #include <filesystem>
 
-namespace vorno {
+namespace vorno::layer_renderer_test {
 namespace {
 
 using namespace vorno::testing;
@@ -356,4 +356,4 @@ TEST(BlendOperator, EveryModeMapsToItsCairoOperator) {
 }
 
 }  // namespace
-}  // namespace vorno
+}  // namespace vorno::layer_renderer_test

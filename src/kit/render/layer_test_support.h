@@ -3,6 +3,7 @@
 
 #include "kit/image/image.h"
 #include "kit/layout/element_layout.h"
+#include "kit/render/render_test_support.h"
 #include "kit/util/geometry.h"
 
 #include <algorithm>
@@ -17,7 +18,6 @@ inline std::array<int, 4> argb(const Image& image, int x, int y) {
   std::memcpy(&p, image.data() + size_t(y) * image.stride() + size_t(x) * 4, 4);
   return {int(p >> 24), int((p >> 16) & 255), int((p >> 8) & 255), int(p & 255)};
 }
-inline int alphaAt(const Image& image, int x, int y) { return argb(image, x, y)[0]; }
 
 /// The bounding box of pixels whose alpha passes `threshold`; empty when none.
 inline Rect inkBox(const Image& image, int threshold = 0) {

@@ -6,7 +6,7 @@
 #include <gtest/gtest.h>
 #include <nlohmann/json.hpp>
 
-namespace vorno {
+namespace vorno::render_report_test {
 namespace {
 
 using testing::block;
@@ -48,4 +48,4 @@ TEST(RenderReportElements, JSONHasTheFrameAndTheTurnOnlyWhenTurned) {
 }
 
 }  // namespace
-}  // namespace vorno
+}  // namespace vorno::render_report_test

@@ -73,9 +73,9 @@ inline uint32_t rgbAt(const Image& image, int x, int y) {
   return row[x] & 0xFFFFFF;
 }
 
-inline uint32_t alphaAt(const Image& image, int x, int y) {
+inline int alphaAt(const Image& image, int x, int y) {
   const auto* row = reinterpret_cast<const uint32_t*>(image.data() + static_cast<size_t>(y) * image.stride());
-  return row[x] >> 24;
+  return int(row[x] >> 24);
 }
 
 }  // namespace vorno::testing

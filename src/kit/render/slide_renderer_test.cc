@@ -7,7 +7,7 @@
 #include <gtest/gtest.h>
 #include <nlohmann/json.hpp>
 
-namespace vorno {
+namespace vorno::slide_renderer_test {
 namespace {
 
 using testing::block;
@@ -201,7 +201,7 @@ TEST(SlideRenderer, LayersExportBackgroundThenEachElementThatReachesTheSlice) {
   EXPECT_EQ(layers[1].image.width(), 100);
   EXPECT_EQ(layers[1].image.height(), 200);
   EXPECT_TRUE(layers[1].image.hasAlpha());
-  EXPECT_EQ(testing::alphaAt(layers[1].image, 90, 150), 0u);
+  EXPECT_EQ(testing::alphaAt(layers[1].image, 90, 150), 0);
 }
 
 TEST(SlideRenderer, BoardHoldsEverySliceSideBySide) {
@@ -228,4 +228,4 @@ TEST(RenderReport, JSONHasTheFieldNamesAndLeavesAbsentOptionalsOut) {
 }
 
 }  // namespace
-}  // namespace vorno
+}  // namespace vorno::slide_renderer_test

@@ -10,7 +10,7 @@
 #include <filesystem>
 #include <fstream>
 
-namespace vorno {
+namespace vorno::agent_setup_test {
 namespace {
 
 namespace fs = std::filesystem;
@@ -286,4 +286,4 @@ TEST(AgentSetup, CommandLineToolWithoutAWritableFolderSaysHowToLinkIt) {
 }
 
 }  // namespace
-}  // namespace vorno
+}  // namespace vorno::agent_setup_test

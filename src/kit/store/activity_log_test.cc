@@ -16,7 +16,7 @@
 #include <sstream>
 #include <thread>
 
-namespace vorno {
+namespace vorno::activity_log_test {
 namespace {
 
 namespace fs = std::filesystem;
@@ -298,4 +298,4 @@ TEST_F(ActivityLogTest, LinesFromManyWritersStayWhole) {
 }
 
 }  // namespace
-}  // namespace vorno
+}  // namespace vorno::activity_log_test

@@ -6,7 +6,7 @@
 
 #include <string>
 
-namespace vorno {
+namespace vorno::file_name_test {
 namespace {
 
 std::string refusal(std::string_view name, std::string_view what) {
@@ -72,4 +72,4 @@ TEST(FileName, DotInsideOrAtEndIsFineButNotAtStart) {
 }
 
 }  // namespace
-}  // namespace vorno
+}  // namespace vorno::file_name_test

@@ -20,7 +20,7 @@
 #include <thread>
 #include <vector>
 
-namespace vorno {
+namespace vorno::file_project_store_concurrency_test {
 namespace {
 
 namespace fs = std::filesystem;
@@ -222,4 +222,4 @@ TEST_F(FileProjectStoreConcurrency, WriterInAnotherThreadKeepsOthersOutUntilItsB
 }
 
 }  // namespace
-}  // namespace vorno
+}  // namespace vorno::file_project_store_concurrency_test

@@ -16,7 +16,7 @@
 #include <string>
 #include <vector>
 
-namespace vorno {
+namespace vorno::file_project_store_killed_writer_test {
 namespace {
 
 namespace fs = std::filesystem;
@@ -175,4 +175,4 @@ TEST_F(FileProjectStoreKilledWriter, KilledAtEveryStepOfASaveLeavesAWholeDocumen
 }
 
 }  // namespace
-}  // namespace vorno
+}  // namespace vorno::file_project_store_killed_writer_test

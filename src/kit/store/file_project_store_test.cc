@@ -22,7 +22,7 @@
 #include <sstream>
 #include <thread>
 
-namespace vorno {
+namespace vorno::file_project_store_test {
 namespace {
 
 namespace fs = std::filesystem;
@@ -611,4 +611,4 @@ TEST_F(FileProjectStoreTest, SkippedFoldersAreTheVendoredAndBuildFolders) {
 }
 
 }  // namespace
-}  // namespace vorno
+}  // namespace vorno::file_project_store_test

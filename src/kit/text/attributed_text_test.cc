@@ -6,7 +6,7 @@
 
 #include <gtest/gtest.h>
 
-namespace vorno {
+namespace vorno::attributed_text_test {
 namespace {
 
 template <class Set>
@@ -219,4 +219,4 @@ TEST(TextStyle, OnColorPicksTheBetterOfWhiteAndInk) {
 }
 
 }  // namespace
-}  // namespace vorno
+}  // namespace vorno::attributed_text_test

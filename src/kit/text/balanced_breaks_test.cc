@@ -10,7 +10,7 @@
 
 #include <cmath>
 
-namespace vorno {
+namespace vorno::balanced_breaks_test {
 namespace {
 
 using TextLayout::Style;
@@ -192,4 +192,4 @@ TEST(BalancedBreaks, SameTextLaidAgainAtTheSameWidthTakesOneLayout) {
 }
 
 }  // namespace
-}  // namespace vorno
+}  // namespace vorno::balanced_breaks_test

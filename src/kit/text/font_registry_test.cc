@@ -14,7 +14,7 @@
 #include <fstream>
 #include <iterator>
 
-namespace vorno {
+namespace vorno::font_registry_test {
 namespace {
 
 namespace fs = std::filesystem;
@@ -186,4 +186,4 @@ TEST(FontSource, InstalledFamiliesAreSystemAndUnknownOnesMissing) {
 }
 
 }  // namespace
-}  // namespace vorno
+}  // namespace vorno::font_registry_test

@@ -4,7 +4,7 @@
 
 #include <string>
 
-namespace vorno {
+namespace vorno::joining_scripts_test {
 namespace {
 
 using Ranges = std::vector<std::pair<int, int>>;
@@ -47,4 +47,4 @@ TEST(JoiningScripts, LeadingPunctuationTakesTheSideOfTheFirstLetter) {
 }
 
 }  // namespace
-}  // namespace vorno
+}  // namespace vorno::joining_scripts_test

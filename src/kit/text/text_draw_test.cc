@@ -9,7 +9,7 @@
 #include <cmath>
 #include <functional>
 
-namespace vorno {
+namespace vorno::text_draw_test {
 namespace {
 
 using TextLayout::Fitted;
@@ -237,4 +237,4 @@ TEST(TextDraw, EveryScriptDrawsInk) {
 }
 
 }  // namespace
-}  // namespace vorno
+}  // namespace vorno::text_draw_test

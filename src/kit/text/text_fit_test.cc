@@ -6,7 +6,7 @@
 #include <cmath>
 #include <thread>
 
-namespace vorno {
+namespace vorno::text_fit_test {
 namespace {
 
 using TextLayout::Fitted;
@@ -232,9 +232,9 @@ TEST(TextFit, TwoLineHeadlineTakesOneStepOrTheFewItNeeds) {
 }
 
 }  // namespace
-}  // namespace vorno
+}  // namespace vorno::text_fit_test
 
-namespace vorno {
+namespace vorno::text_fit_test {
 namespace {
 
 // Letter spacing after a line's last letter must not make a word that measures narrow enough
@@ -258,4 +258,4 @@ TEST(TextFit, TrackedWordThatMeasuresWithinTheWidthStaysOnOneLine) {
 }
 
 }  // namespace
-}  // namespace vorno
+}  // namespace vorno::text_fit_test

@@ -7,7 +7,7 @@
 
 #include <string>
 
-namespace vorno {
+namespace vorno::text_length_test {
 namespace {
 
 TextLayout::Style headline() {
@@ -72,4 +72,4 @@ TEST(TextLength, WidestWordOfAHugeWordIsMeasuredOnItsFirstPart) {
 }
 
 }  // namespace
-}  // namespace vorno
+}  // namespace vorno::text_length_test

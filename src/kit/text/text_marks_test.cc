@@ -7,7 +7,7 @@
 
 #include <cmath>
 
-namespace vorno {
+namespace vorno::text_marks_test {
 namespace {
 
 template <class Set>
@@ -176,4 +176,4 @@ TEST(TextMarks, HighlightOverNeighbouringLineCollides) {
 }
 
 }  // namespace
-}  // namespace vorno
+}  // namespace vorno::text_marks_test

@@ -11,7 +11,7 @@
 
 #include <cmath>
 
-namespace vorno {
+namespace vorno::text_scripts_test {
 namespace {
 
 using TextLayout::Style;
@@ -261,4 +261,4 @@ TEST(TextScripts, ArabicSitsOnTheBaselineOfLatinTextOfTheSameStyle) {
 }
 
 }  // namespace
-}  // namespace vorno
+}  // namespace vorno::text_scripts_test

@@ -12,7 +12,7 @@
 #include <sstream>
 #include <vector>
 
-namespace vorno {
+namespace vorno::atomic_write_test {
 namespace {
 
 std::string slurp(const std::filesystem::path& path) {
@@ -131,9 +131,9 @@ TEST_F(AtomicWrite, TemporaryNameIsHiddenBesideTargetWithUUID) {
 }
 
 }  // namespace
-}  // namespace vorno
+}  // namespace vorno::atomic_write_test
 
-namespace vorno {
+namespace vorno::atomic_write_test {
 namespace {
 
 TEST(AtomicRebuildableWrite, ReplacesWholeWithoutATemporaryLeftBehind) {
@@ -150,9 +150,9 @@ TEST(AtomicRebuildableWrite, ReplacesWholeWithoutATemporaryLeftBehind) {
 }
 
 }  // namespace
-}  // namespace vorno
+}  // namespace vorno::atomic_write_test
 
-namespace vorno {
+namespace vorno::atomic_write_test {
 namespace {
 
 // What the step hook saw: the step, the temporary file's bytes then, and the target's. The hook is
@@ -224,4 +224,4 @@ TEST(AtomicWriteSteps, CopyIsFlushedBeforeItIsRenamed) {
 }
 
 }  // namespace
-}  // namespace vorno
+}  // namespace vorno::atomic_write_test

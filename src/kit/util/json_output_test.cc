@@ -3,7 +3,7 @@
 #include <gtest/gtest.h>
 #include <nlohmann/json.hpp>
 
-namespace vorno {
+namespace vorno::json_output_test {
 namespace {
 
 TEST(JSONOutput, WholeDoublesHaveNoFraction) {
@@ -42,4 +42,4 @@ TEST(JSONOutput, ShortestRoundTripForFractions) {
 }
 
 }  // namespace
-}  // namespace vorno
+}  // namespace vorno::json_output_test

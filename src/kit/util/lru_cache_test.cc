@@ -4,7 +4,7 @@
 
 #include <string>
 
-namespace vorno {
+namespace vorno::lru_cache_test {
 namespace {
 
 using Cache = LRUCache<std::string, int>;
@@ -124,4 +124,4 @@ TEST(LRUCache, CountLimitKeepsTheNewest) {
 }
 
 }  // namespace
-}  // namespace vorno
+}  // namespace vorno::lru_cache_test

@@ -9,7 +9,7 @@
 #include <fstream>
 #include <optional>
 
-namespace vorno {
+namespace vorno::paths_test {
 namespace {
 
 // Sets an environment variable for one test and puts the old value back afterwards.
@@ -111,4 +111,4 @@ TEST(ExpandingTilde, LeavesOtherPathsAsTheyStand) {
 }
 
 }  // namespace
-}  // namespace vorno
+}  // namespace vorno::paths_test

@@ -11,7 +11,7 @@
 #include "tests/hang_guard.h"
 #include "tests/temp_folder.h"
 
-namespace vorno {
+namespace vorno::read_file_test {
 namespace {
 
 namespace fs = std::filesystem;
@@ -54,4 +54,4 @@ TEST(ReadFile, NamedPipeWithNoWriterIsRefusedAtOnceInsteadOfWaited) {
 }
 
 }  // namespace
-}  // namespace vorno
+}  // namespace vorno::read_file_test

@@ -4,7 +4,7 @@
 
 #include <string>
 
-namespace vorno {
+namespace vorno::sha256_test {
 namespace {
 
 TEST(SHA256, EmptyInputMatchesKnownDigest) {
@@ -30,4 +30,4 @@ TEST(SHA256, BytesAreHashedAsTheyAre) {
 }
 
 }  // namespace
-}  // namespace vorno
+}  // namespace vorno::sha256_test

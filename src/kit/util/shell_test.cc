@@ -13,7 +13,7 @@
 #include <filesystem>
 #include <fstream>
 
-namespace vorno {
+namespace vorno::shell_test {
 namespace {
 
 using testing::errorOf;
@@ -134,4 +134,4 @@ TEST(Shell, RepairedUTF8LeavesValidTextAlone) {
 }
 
 }  // namespace
-}  // namespace vorno
+}  // namespace vorno::shell_test

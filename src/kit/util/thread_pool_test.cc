@@ -12,7 +12,7 @@
 #include <thread>
 #include <vector>
 
-namespace vorno {
+namespace vorno::thread_pool_test {
 namespace {
 
 TEST(ThreadPool, EveryIndexRunsExactlyOnce) {
@@ -118,4 +118,4 @@ TEST(ThreadPool, TwoOutsideCallersShareThePool) {
 }
 
 }  // namespace
-}  // namespace vorno
+}  // namespace vorno::thread_pool_test

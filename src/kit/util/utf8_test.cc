@@ -4,7 +4,7 @@
 
 #include <string>
 
-namespace vorno {
+namespace vorno::utf8_test {
 namespace {
 
 const std::string replacement = "\xEF\xBF\xBD";
@@ -49,4 +49,4 @@ TEST(UTF8, EmptyAndNulAreValid) {
 }
 
 }  // namespace
-}  // namespace vorno
+}  // namespace vorno::utf8_test

@@ -9,7 +9,7 @@
 #include <fstream>
 #include <sstream>
 
-namespace vorno {
+namespace vorno::write_paths_test {
 namespace {
 
 namespace fs = std::filesystem;
@@ -129,4 +129,4 @@ TEST_F(WritePaths, TheSentenceNamesWhereVornoWrites) {
 }
 
 }  // namespace
-}  // namespace vorno
+}  // namespace vorno::write_paths_test

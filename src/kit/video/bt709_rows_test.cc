@@ -5,7 +5,7 @@
 #include <array>
 #include <vector>
 
-namespace vorno {
+namespace vorno::bt709_rows_test {
 namespace {
 
 struct YCbCr {
@@ -54,4 +54,4 @@ TEST(Bt709Rows, ColourIsTheMeanOfEachTwoByTwoBlock) {
 }
 
 }  // namespace
-}  // namespace vorno
+}  // namespace vorno::bt709_rows_test

@@ -16,7 +16,7 @@
 
 #include <filesystem>
 
-namespace vorno {
+namespace vorno::recording_playback_test {
 namespace {
 
 namespace fs = std::filesystem;
@@ -89,4 +89,4 @@ TEST_F(RecordingPlayback, AStillPictureShowsTheRecordingsFirstMoment) {
 }
 
 }  // namespace
-}  // namespace vorno
+}  // namespace vorno::recording_playback_test

@@ -12,7 +12,7 @@
 
 #include <filesystem>
 
-namespace vorno {
+namespace vorno::video_exporter_test {
 namespace {
 
 namespace fs = std::filesystem;
@@ -176,4 +176,4 @@ TEST(VideoExporter, ABatchIsAtLeastTwoAndAtMostTwelveFrames) {
 }
 
 }  // namespace
-}  // namespace vorno
+}  // namespace vorno::video_exporter_test

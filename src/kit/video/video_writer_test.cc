@@ -13,7 +13,7 @@
 #include <fstream>
 #include <functional>
 
-namespace vorno {
+namespace vorno::video_writer_test {
 namespace {
 
 using testing::probeVideo;
@@ -210,4 +210,4 @@ TEST(VideoWriter, APictureOfAnotherSizeIsScaledToTheVideo) {
 }
 
 }  // namespace
-}  // namespace vorno
+}  // namespace vorno::video_writer_test

@@ -8,7 +8,7 @@
 
 #include "server/tool_test_support.h"
 
-namespace vorno {
+namespace vorno::asset_image_test {
 namespace {
 
 namespace fs = std::filesystem;
@@ -135,4 +135,4 @@ TEST(AssetImage, TheWholePngOfTheSameNoiseIsSaved) {
 }
 
 }  // namespace
-}  // namespace vorno
+}  // namespace vorno::asset_image_test

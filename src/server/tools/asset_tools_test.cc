@@ -6,7 +6,7 @@
 
 #include "server/tool_test_support.h"
 
-namespace vorno {
+namespace vorno::asset_tools_test {
 namespace {
 
 namespace fs = std::filesystem;
@@ -232,4 +232,4 @@ TEST(AssetAddTool, LogsTheAssetsName) {
 }
 
 }  // namespace
-}  // namespace vorno
+}  // namespace vorno::asset_tools_test

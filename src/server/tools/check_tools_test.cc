@@ -18,7 +18,7 @@
 #include "server/tool_test_support.h"
 #include "server/vorno_server.h"
 
-namespace vorno {
+namespace vorno::check_tools_test {
 namespace {
 
 namespace fs = std::filesystem;
@@ -295,4 +295,4 @@ TEST(CheckTools, OneCallLogsStartedAndFinishedWithOneIdAndTheSummary) {
 }
 
 }  // namespace
-}  // namespace vorno
+}  // namespace vorno::check_tools_test

@@ -6,7 +6,7 @@
 #include "server/tool_registry.h"
 #include "server/tool_test_support.h"
 
-namespace vorno {
+namespace vorno::creative_tools_test {
 namespace {
 
 using testing::ToolHarness;
@@ -135,4 +135,4 @@ TEST(CreativeDeleteTool, AnUnknownCreativeNamesTheCreativesOrHowToAddOne) {
 }
 
 }  // namespace
-}  // namespace vorno
+}  // namespace vorno::creative_tools_test

@@ -7,7 +7,7 @@
 #include "server/tool_registry.h"
 #include "server/tool_test_support.h"
 
-namespace vorno {
+namespace vorno::device_tools_test {
 namespace {
 
 using testing::FakeAndroidSdk;
@@ -221,4 +221,4 @@ TEST(DeviceTools, ActivitiesSayWhatWasAskedOrAGeneralWord) {
 }
 
 }  // namespace
-}  // namespace vorno
+}  // namespace vorno::device_tools_test

@@ -13,7 +13,7 @@
 #include "kit/store/file_project_store.h"
 #include "server/tool_test_support.h"
 
-namespace vorno {
+namespace vorno::export_variant_id_test {
 namespace {
 
 namespace fs = std::filesystem;
@@ -70,4 +70,4 @@ TEST_F(ExportVariantId, ClimbingVariantIdStopsAllLooksBeforeAnyIsWritten) {
 }
 
 }  // namespace
-}  // namespace vorno
+}  // namespace vorno::export_variant_id_test

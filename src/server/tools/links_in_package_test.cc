@@ -9,7 +9,7 @@
 
 #include "server/tool_test_support.h"
 
-namespace vorno {
+namespace vorno::links_in_package_test {
 namespace {
 
 namespace fs = std::filesystem;
@@ -147,4 +147,4 @@ TEST_F(LinksInPackage, NulInAToolsProjectIsRefusedWithoutReadingThePrefix) {
 }
 
 }  // namespace
-}  // namespace vorno
+}  // namespace vorno::links_in_package_test

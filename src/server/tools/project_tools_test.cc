@@ -13,7 +13,7 @@
 #include "server/tool_test_support.h"
 #include "server/vorno_server.h"
 
-namespace vorno {
+namespace vorno::project_tools_test {
 namespace {
 
 namespace fs = std::filesystem;
@@ -394,4 +394,4 @@ TEST(ProjectTools, CreateLogsItsFinishInTheNewPackage) {
 }
 
 }  // namespace
-}  // namespace vorno
+}  // namespace vorno::project_tools_test

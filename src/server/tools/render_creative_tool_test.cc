@@ -12,7 +12,7 @@
 #include "server/tools.h"
 #include "server/tools/render_tool_test_support.h"
 
-namespace vorno {
+namespace vorno::render_creative_tool_test {
 namespace {
 
 using testing::args;
@@ -239,4 +239,4 @@ TEST(RenderCreativeTool, DescribesItselfAndLogsWhatWasLookedAt) {
 }
 
 }  // namespace
-}  // namespace vorno
+}  // namespace vorno::render_creative_tool_test

@@ -5,7 +5,7 @@
 #include "kit/model/slide.h"
 #include "server/tools/render_tool_test_support.h"
 
-namespace vorno {
+namespace vorno::render_overview_tool_test {
 namespace {
 
 using testing::args;
@@ -149,4 +149,4 @@ TEST(RenderOverviewTool, TheActivitySaysWhetherTheWordsWereReadAlone) {
 }
 
 }  // namespace
-}  // namespace vorno
+}  // namespace vorno::render_overview_tool_test

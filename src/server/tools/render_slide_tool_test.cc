@@ -10,7 +10,7 @@
 #include "server/tools.h"
 #include "server/tools/render_tool_test_support.h"
 
-namespace vorno {
+namespace vorno::render_slide_tool_test {
 namespace {
 
 using testing::ToolHarness;
@@ -212,4 +212,4 @@ TEST(RenderSlideTool, IsReadOnlyAndDescribesItselfInItsOwnWords) {
 }
 
 }  // namespace
-}  // namespace vorno
+}  // namespace vorno::render_slide_tool_test

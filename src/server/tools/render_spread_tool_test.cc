@@ -10,7 +10,7 @@
 #include "kit/render/slide_renderer.h"
 #include "server/tools/render_tool_test_support.h"
 
-namespace vorno {
+namespace vorno::render_spread_tool_test {
 namespace {
 
 using testing::args;
@@ -128,4 +128,4 @@ TEST(RenderSpreadTool, DescribesItselfAndLogsWhatWasLookedAt) {
 }
 
 }  // namespace
-}  // namespace vorno
+}  // namespace vorno::render_spread_tool_test

@@ -7,7 +7,7 @@
 #include "kit/image/canvas.h"
 #include "server/tools/render_tool_test_support.h"
 
-namespace vorno {
+namespace vorno::seam_markers_test {
 namespace {
 
 // A flat mid-grey board, on which both the dark and the light strokes of a marker show.
@@ -45,4 +45,4 @@ TEST(SeamMarkers, ABoardOfOneSliceComesBackAsItIs) {
 }
 
 }  // namespace
-}  // namespace vorno
+}  // namespace vorno::seam_markers_test

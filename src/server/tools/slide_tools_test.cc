@@ -14,7 +14,7 @@
 #include "server/tool_test_support.h"
 #include "server/tools/slide_upsert_description.h"
 
-namespace vorno {
+namespace vorno::slide_tools_test {
 namespace {
 
 namespace fs = std::filesystem;
@@ -306,4 +306,4 @@ TEST(SlideTools, UpsertWithoutAnIdIsLoggedAsEditingASlide) {
 }
 
 }  // namespace
-}  // namespace vorno
+}  // namespace vorno::slide_tools_test

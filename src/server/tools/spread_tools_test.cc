@@ -7,7 +7,7 @@
 #include "server/tool_registry.h"
 #include "server/tool_test_support.h"
 
-namespace vorno {
+namespace vorno::spread_tools_test {
 namespace {
 
 using testing::ToolHarness;
@@ -179,9 +179,9 @@ TEST(SpreadDeleteTool, AnUnknownSpreadFails) {
 }
 
 }  // namespace
-}  // namespace vorno
+}  // namespace vorno::spread_tools_test
 
-namespace vorno {
+namespace vorno::spread_tools_test {
 namespace {
 
 // The JSON sample of a tool description: from the line "{" to the line "}", comments cut.
@@ -212,4 +212,4 @@ TEST(SpreadUpsertTool, TheDescriptionsSampleIsASpreadWithEveryField) {
 }
 
 }  // namespace
-}  // namespace vorno
+}  // namespace vorno::spread_tools_test

@@ -7,7 +7,7 @@
 #include "server/tool_registry.h"
 #include "server/tool_test_support.h"
 
-namespace vorno {
+namespace vorno::variant_tools_test {
 namespace {
 
 using testing::ToolHarness;
@@ -169,9 +169,9 @@ TEST(VariantPromoteTool, AnUnknownVariantNamesTheVariants) {
 }
 
 }  // namespace
-}  // namespace vorno
+}  // namespace vorno::variant_tools_test
 
-namespace vorno {
+namespace vorno::variant_tools_test {
 namespace {
 
 TEST(VariantUpsertTool, TheDescriptionsSamplePatchAppliesWithoutUnknownFields) {
@@ -207,4 +207,4 @@ TEST(VariantUpsertTool, TheDescriptionsSamplePatchAppliesWithoutUnknownFields) {
 }
 
 }  // namespace
-}  // namespace vorno
+}  // namespace vorno::variant_tools_test
