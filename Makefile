@@ -69,8 +69,13 @@ demo: build
 	@echo "The demo's renders are in $(EXAMPLE)/renders/"
 	$(BUILD)/vorno export --project $(EXAMPLE) --layout vorno
 
+# Builds the benchmark programs (bench/) into $(BUILD); `make test` leaves them out.
+bench: setup $(BUILD)/build.ninja
+	cmake --build $(BUILD) -j $(JOBS) --target benchmarks
+
 # Paints the example app's screens again into $(EXAMPLE)/captures and its icon into assets/.
 demo-captures: build
+	cmake --build $(BUILD) -j $(JOBS) --target demo_captures
 	$(BUILD)/demo_captures $(EXAMPLE)
 
 SANITIZE_FLAGS := -O1 -g1
