@@ -33,7 +33,7 @@ int runCaptureWith(const ParsedArguments& args, const Capturer& capturer, std::o
     if (!platform) throw VornoError::invalid("platform must be ios or android.");
   }
   const std::string path =
-      capturer.capture(store, name, locale, args.string("device"), args.string("url"), true, std::nullopt, platform);
+      capturer.capture(store, {name, locale, args.string("device"), args.string("url"), true, std::nullopt, platform}).path;
   out << path << "\n";
   if (std::optional<std::string> note = Capturer::blankNote(Images::load((store.root() / path).string())))
     out << "Warning: " << *note << "\n";

@@ -111,10 +111,8 @@ Platform Capturer::resolvePlatform(std::optional<Platform> platform, const std::
   return Platform::ios;
 }
 
-std::string Capturer::capture(const FileProjectStore& store, const std::string& name, const std::string& locale,
-                              const std::optional<std::string>& device, const std::optional<std::string>& deepLink,
-                              bool cleanStatusBar, const std::optional<std::string>& appearance,
-                              std::optional<Platform> platform, Platform* chosenPlatform) const {
+CaptureResult Capturer::capture(const FileProjectStore& store, const CaptureRequest& request) const {
+  const auto& [name, locale, device, deepLink, cleanStatusBar, appearance, platform] = request;
   checkName(name);
   FileName::check(locale, "Locale");
   if (appearance && *appearance != "dark" && *appearance != "light")
@@ -124,7 +122,6 @@ std::string Capturer::capture(const FileProjectStore& store, const std::string& 
   const fs::path target = checkedWritePath(store.root(), relative);
 
   const Platform chosen = resolvePlatform(platform, device);
-  if (chosenPlatform) *chosenPlatform = chosen;
   if (chosen == Platform::android) {
     Adb adb = makeAdb();
     const std::string serial = adb.resolve(device).serial;
@@ -141,7 +138,7 @@ std::string Capturer::capture(const FileProjectStore& store, const std::string& 
     waitForStableScreen(
         target, kSettleTimeout, [&](const std::string& path) { simctl.screenshot(udid, display, path); }, clock);
   }
-  return relative;
+  return {relative, chosen};
 }
 
 std::string Capturer::recordVideo(const FileProjectStore& store, const std::string& name, const std::string& locale,

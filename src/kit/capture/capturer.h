@@ -23,6 +23,24 @@ namespace vorno {
 class FileProjectStore;
 class Image;
 
+/// What to capture: the name and locale it is saved under, on which device (the only one running
+/// when none), after which deep link, with a clean status bar, in which appearance.
+struct CaptureRequest {
+  std::string name;
+  std::string locale;
+  std::optional<std::string> device;
+  std::optional<std::string> deepLink;
+  bool cleanStatusBar = true;
+  std::optional<std::string> appearance;  ///< "dark" or "light"; none leaves the device as it is
+  std::optional<Platform> platform;       ///< none: found from the device (resolvePlatform)
+};
+
+/// A capture saved: its path relative to the package, and the platform it was taken on.
+struct CaptureResult {
+  std::string path;
+  Platform platform = Platform::ios;
+};
+
 class Capturer {
  public:
   Simctl simctl;
@@ -34,13 +52,9 @@ class Capturer {
   /// "captures/<locale>/<name>.png": the path slides refer to.
   static std::string relativePath(const std::string& name, const std::string& locale);
 
-  /// Takes a settled screenshot into the package; returns its relative path and, when asked, the
-  /// platform it was taken on. Names are checked before any device is touched, and an older
-  /// capture of the name stays until the new one is complete.
-  std::string capture(const FileProjectStore& store, const std::string& name, const std::string& locale,
-                      const std::optional<std::string>& device, const std::optional<std::string>& deepLink,
-                      bool cleanStatusBar, const std::optional<std::string>& appearance,
-                      std::optional<Platform> platform, Platform* chosenPlatform = nullptr) const;
+  /// Takes a settled screenshot into the package. Names are checked before any device is
+  /// touched, and an older capture of the name stays until the new one is complete.
+  CaptureResult capture(const FileProjectStore& store, const CaptureRequest& request) const;
 
   /// Records 1–30 seconds of a booted simulator into "captures/<locale>/<name>.mov"; returns that.
   std::string recordVideo(const FileProjectStore& store, const std::string& name, const std::string& locale,

@@ -48,7 +48,7 @@ struct CapturerTest : ::testing::Test {
   std::string capture(const std::string& name, const std::optional<std::string>& deepLink = std::nullopt,
                       const std::optional<std::string>& appearance = std::nullopt,
                       std::optional<Platform> platform = Platform::android, const std::string& locale = "en-US") {
-    return capturer.capture(store, name, locale, std::nullopt, deepLink, true, appearance, platform);
+    return capturer.capture(store, {name, locale, std::nullopt, deepLink, true, appearance, platform}).path;
   }
   bool touchedNoDevice() const { return xcrun.calls().empty() && sdk.calls().empty(); }
 };

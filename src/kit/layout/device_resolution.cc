@@ -221,27 +221,28 @@ std::optional<DeviceFrame> SlideLayoutEngine::pickFrame(const DeviceSlot& slot, 
   return DeviceCatalog::genericAndroid(w, h);
 }
 
-ElementLayout SlideLayoutEngine::deviceElement(const std::string& id, const std::string& label,
-                                               const ElementOwner& owner, const ResolvedDevice& resolved,
-                                               const DeviceSlot& slot, const Rect& body, double rotation, bool manual,
-                                               double z, double opacity, double W, double H, IssueSink& sink) const {
+ElementLayout SlideLayoutEngine::deviceElement(const ElementName& name, const ResolvedDevice& resolved,
+                                               const DeviceSlot& slot, const DeviceStand& stand, Size canvas,
+                                               IssueSink& sink) const {
+  const Rect& body = stand.body;
+  const double W = canvas.width, H = canvas.height;
   DeviceRenderer renderer(resolved.frame, Finish::named(resolved.finish));
   const DeviceFrame& frame = resolved.frame;
   const double scale = body.width / renderer.nativeBodySize().width;
   ElementLayout e;
-  e.id = id;
-  e.owner = owner;
+  e.id = name.id;
+  e.owner = name.owner;
   e.kind = ElementLayout::Kind::device;
-  e.label = label;
+  e.label = name.label;
   e.frame = body;
-  e.rotation = rotation;
-  e.z = z;
-  e.opacity = opacity;
+  e.rotation = stand.rotation;
+  e.z = stand.z;
+  e.opacity = stand.opacity;
   e.shadow = true;
-  e.isManual = manual;
+  e.isManual = stand.manual;
   e.bleed = 0.2 * body.width;
   e.placement = {body.midX() / W, body.midY() / H, body.width / W, std::nullopt, std::nullopt,
-                 rotation != 0 ? std::optional<double>(rotation) : std::nullopt};
+                 stand.rotation != 0 ? std::optional<double>(stand.rotation) : std::nullopt};
 
   if (resolved.captureSize) {
     const double cw = resolved.captureSize->width, ch = resolved.captureSize->height;
@@ -280,7 +281,7 @@ ElementLayout SlideLayoutEngine::deviceElement(const std::string& id, const std:
 
   e.contentKey = "device|" + frame.id + "|" + resolved.finish.value_or("-") + "|" +
                  resolved.captureURL.value_or("-") + "|" + formatted("%.4g", body.width) + "|o" +
-                 formatted("%.4g", opacity);
+                 formatted("%.4g", stand.opacity);
   e.content = DeviceContent{renderer, resolved.finish, resolved.captureURL};
   return e;
 }

@@ -13,14 +13,14 @@ namespace vorno {
 
 std::vector<ElementLayout> SlideLayoutEngine::layFreeElements(const FreeElements& run,
                                                               const std::vector<ElementLayout>& placed,
-                                                              const StyleContext& context, const std::string& root,
-                                                              const StoreTarget& target, const std::string& locale,
+                                                              const LayingScope& scope,
                                                               const std::function<IssueSink&(double)>& sinkAt) const {
+  const StoreTarget& target = scope.target;
   const double W = target.width, H = target.height;
   const std::vector<SlideElement>& list = *run.list;
   auto z = [&](size_t i) { return run.zBase + static_cast<double>(i) * 0.001; };
   auto lay = [&](size_t i, const Placement& p, bool manual, IssueSink& sink) {
-    return freeElement(list[i], p, manual, run.owner, z(i), context, root, target, locale, W, H, sink);
+    return freeElement(list[i], {p, manual, run.owner, z(i)}, scope, sink);
   };
 
   std::vector<std::optional<ElementLayout>> laid(list.size());

@@ -30,6 +30,47 @@
 
 namespace vorno {
 
+/// Who a laid element is: its id, the label its issues use, and what owns it.
+struct ElementName {
+  std::string id;
+  std::string label;
+  ElementOwner owner;
+};
+
+/// How a placed element stands among the others, and whether a hand placed it.
+struct Stacking {
+  double z = 0;
+  double opacity = 1;
+  bool shadow = false;
+  bool manual = false;
+};
+
+/// Where a device's body stands on the canvas, and how.
+struct DeviceStand {
+  Rect body;
+  double rotation = 0;
+  bool manual = false;
+  double z = 0;
+  double opacity = 1;
+};
+
+/// What free elements are laid for: the style they take, the package, the target and locale.
+struct LayingScope {
+  const StyleContext& style;
+  const std::string& root;
+  const StoreTarget& target;
+  const std::string& locale;
+};
+
+/// Where one free element goes: its placement (by hand or by default), its owner, and the z it
+/// takes when it names none.
+struct FreeElementPlace {
+  Placement placement;
+  bool manual = false;
+  ElementOwner owner;
+  double defaultZ = 2.0;
+};
+
 class SlideLayoutEngine {
  public:
   explicit SlideLayoutEngine(const DeviceCatalog& catalog = DeviceCatalog::shared()) : catalog_(&catalog) {}
@@ -60,7 +101,7 @@ class SlideLayoutEngine {
   /// Lays a slide, or the spread it belongs to, on a target for a locale.
   ComposedSlide layout(const Project& project, const std::string& root, const Slide& slide, const StoreTarget& target,
                        const std::string& locale) const;
-  /// Lays one slide's own frame: background, texts, device, free elements.
+  /// Lays one slide's own frame: background, texts, device, free elements (SlideLayoutRun).
   SlideResult layoutSlide(const Slide& slide, const Project& project, const std::string& root,
                           const StoreTarget& target, const std::string& locale,
                           const std::optional<Board>& board = std::nullopt) const;
@@ -79,14 +120,13 @@ class SlideLayoutEngine {
   static std::optional<std::pair<std::string, std::string>> otherLocaleCapture(const std::string& reference,
                                                                                const std::string& root,
                                                                                const std::string& locale);
-  ElementLayout deviceElement(const std::string& id, const std::string& label, const ElementOwner& owner,
-                              const ResolvedDevice& resolved, const DeviceSlot& slot, const Rect& body,
-                              double rotation, bool manual, double z, double opacity, double W, double H,
-                              IssueSink& sink) const;
-  std::optional<ElementLayout> freeElement(const SlideElement& element, const Placement& placement, bool manual,
-                                           const ElementOwner& owner, double defaultZ, const StyleContext& context,
-                                           const std::string& root, const StoreTarget& target,
-                                           const std::string& locale, double W, double H, IssueSink& sink) const;
+  /// A resolved device standing on a canvas of `canvas` pixels, with the capture's issues
+  /// (device_resolution.cc).
+  ElementLayout deviceElement(const ElementName& name, const ResolvedDevice& resolved, const DeviceSlot& slot,
+                              const DeviceStand& stand, Size canvas, IssueSink& sink) const;
+  /// One free element of any kind, or none when it doesn't show on this target (free_element.cc).
+  std::optional<ElementLayout> freeElement(const SlideElement& element, const FreeElementPlace& place,
+                                           const LayingScope& scope, IssueSink& sink) const;
 
   /// The free elements of a slide or a spread, and where their placements come from.
   struct FreeElements {
@@ -100,8 +140,7 @@ class SlideLayoutEngine {
   /// (free_elements.cc), or else in free space (FreeSpace) after the placed ones. Issues go to the
   /// sink `sinkAt` gives for the element's centre x, in slide units.
   std::vector<ElementLayout> layFreeElements(const FreeElements& run, const std::vector<ElementLayout>& placed,
-                                             const StyleContext& context, const std::string& root,
-                                             const StoreTarget& target, const std::string& locale,
+                                             const LayingScope& scope,
                                              const std::function<IssueSink&(double)>& sinkAt) const;
 
   /// Where a free element stands when no target has a placement for it: centred, at a width
@@ -114,14 +153,8 @@ class SlideLayoutEngine {
   const DeviceCatalog* catalog_;
 };
 
-/// The content key of a text: every field that changes its pixels.
-std::string textKey(const TextSpec& spec, double width, double opacity, bool shadow);
 /// "font.local" and "font.missing" for the families the texts use.
 void fontIssues(const std::vector<ElementLayout>& elements, const std::string& root, IssueSink& sink);
-/// A hand-placed text: measured at its placement's width, never fitted.
-ElementLayout textElement(const std::string& id, const std::string& label, const ElementOwner& owner, TextSpec spec,
-                          const Placement& placement, double z, double opacity, bool shadow, bool manual, double W,
-                          double H);
 /// The issues of elements that leave a creative canvas's safe area, or are too small to read on it.
 std::vector<Issue> safeAreaIssues(const std::vector<ElementLayout>& elements, const Rect& safe,
                                   const StoreTarget& target, const std::string& slide, const std::string& locale);

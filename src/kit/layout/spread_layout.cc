@@ -63,7 +63,7 @@ ComposedSlide SlideLayoutEngine::layoutSpread(const Spread& spread, const std::v
   std::vector<IssueSink> sinks;
   for (const Slide* member : members) sinks.emplace_back(member->id, target.id, locale);
   const FreeElements free{&spread.elements, &spread.overrides, owner, -1.0, count};
-  for (auto& e : layFreeElements(free, elements, ctx, root, target, locale,
+  for (auto& e : layFreeElements(free, elements, {ctx, root, target, locale},
                                  [&](double x) -> IssueSink& { return sinks[static_cast<size_t>(memberAt(x, count))]; }))
     elements.push_back(std::move(e));
   for (auto& sink : sinks)

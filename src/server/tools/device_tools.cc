@@ -194,11 +194,10 @@ class CaptureTool final : public Tool {
     Project project = store.load();
     const std::string capture = arguments.requireString("name");
     const std::string locale = localeArgument(arguments, project);
-    Platform platform = Platform::ios;
-    const std::string path = context.capturer.capture(
-        store, capture, locale, arguments.string("device"), arguments.string("deep_link"),
-        arguments.boolean("clean_status_bar").value_or(true), arguments.string("appearance"),
-        platformArgument(arguments), &platform);
+    const auto [path, platform] = context.capturer.capture(
+        store, {capture, locale, arguments.string("device"), arguments.string("deep_link"),
+                arguments.boolean("clean_status_bar").value_or(true), arguments.string("appearance"),
+                platformArgument(arguments)});
 
     Image image = Images::load((store.root() / path).string());
     std::optional<DeviceFrame> frame = frameFor(*context.catalog, image.width(), image.height(), platform);
