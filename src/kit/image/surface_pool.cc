@@ -15,9 +15,12 @@ struct Pool {
   int64_t bytes = 0;
 };
 
+// Never destroyed: pictures held by other long-lived objects (the image caches) come back here
+// when those are destroyed at exit, which may be after a static pool would have been; and what
+// the pool holds at exit stays reachable instead of counting as lost.
 Pool& pool() {
-  static Pool shared;
-  return shared;
+  static Pool* shared = new Pool();
+  return *shared;
 }
 
 int64_t bytesOf(cairo_surface_t* surface) {
