@@ -26,6 +26,7 @@
 #include <vector>
 
 #include "tests/hang_guard.h"
+#include "tests/held_syscalls.h"
 
 namespace vorno::testing {
 
@@ -39,17 +40,13 @@ class HeldRenames {
     argv.push_back(const_cast<char*>(program.c_str()));
     for (const auto& arg : args) argv.push_back(const_cast<char*>(arg.c_str()));
     argv.push_back(nullptr);
-    std::vector<sock_filter> filter = renameFilter();
+    std::vector<sock_filter> filter = notifyingFilter(renameCalls());
     sock_fprog filterProgram{static_cast<unsigned short>(filter.size()), filter.data()};
     pid_ = ::fork();
     if (pid_ < 0) throw std::runtime_error("fork failed");
     if (pid_ == 0) {
       ::close(channel[0]);
-      if (::prctl(PR_SET_NO_NEW_PRIVS, 1, 0, 0, 0) != 0) ::_exit(125);
-      long listener = ::syscall(SYS_seccomp, SECCOMP_SET_MODE_FILTER, SECCOMP_FILTER_FLAG_NEW_LISTENER, &filterProgram);
-      if (listener < 0) ::_exit(125);
-      if (!sendDescriptor(channel[1], static_cast<int>(listener))) ::_exit(125);
-      ::close(static_cast<int>(listener));
+      if (!installNotifyingFilter(filterProgram, channel[1])) ::_exit(125);
       int null = ::open("/dev/null", O_RDWR);
       ::dup2(null, 0);
       ::dup2(null, 1);
@@ -111,57 +108,13 @@ class HeldRenames {
   }
 
  private:
-  // A filter that hands rename, renameat and renameat2 to the listener and allows the rest.
-  static std::vector<sock_filter> renameFilter() {
-    std::vector<unsigned> calls = {
+  // Every way of renaming a file.
+  static std::vector<unsigned> renameCalls() {
+    return {
 #ifdef __NR_rename
         __NR_rename,
 #endif
         __NR_renameat, __NR_renameat2};
-    std::vector<sock_filter> filter;
-    filter.push_back(BPF_STMT(BPF_LD | BPF_W | BPF_ABS, offsetof(seccomp_data, nr)));
-    for (size_t i = 0; i < calls.size(); ++i)
-      filter.push_back(BPF_JUMP(BPF_JMP | BPF_JEQ | BPF_K, calls[i], static_cast<unsigned char>(calls.size() - i), 0));
-    filter.push_back(BPF_STMT(BPF_RET | BPF_K, SECCOMP_RET_ALLOW));
-    filter.push_back(BPF_STMT(BPF_RET | BPF_K, SECCOMP_RET_USER_NOTIF));
-    return filter;
-  }
-
-  // One byte of data with room for one descriptor beside it: the form both ends of the socket use.
-  struct DescriptorMessage {
-    char byte = 0;
-    iovec data{&byte, 1};
-    alignas(cmsghdr) char control[CMSG_SPACE(sizeof(int))] = {};
-    msghdr message{};
-    DescriptorMessage() {
-      message.msg_iov = &data;
-      message.msg_iovlen = 1;
-      message.msg_control = control;
-      message.msg_controllen = sizeof control;
-    }
-    DescriptorMessage(const DescriptorMessage&) = delete;  // the header points into itself
-  };
-
-  static bool sendDescriptor(int socket, int descriptor) {
-    DescriptorMessage form;
-    msghdr& message = form.message;
-    cmsghdr* header = CMSG_FIRSTHDR(&message);
-    header->cmsg_level = SOL_SOCKET;
-    header->cmsg_type = SCM_RIGHTS;
-    header->cmsg_len = CMSG_LEN(sizeof(int));
-    std::memcpy(CMSG_DATA(header), &descriptor, sizeof(int));
-    return ::sendmsg(socket, &message, 0) == 1;
-  }
-
-  static int receiveDescriptor(int socket) {
-    DescriptorMessage form;
-    msghdr& message = form.message;
-    if (::recvmsg(socket, &message, MSG_CMSG_CLOEXEC) != 1) return -1;  // the child could not filter
-    cmsghdr* header = CMSG_FIRSTHDR(&message);
-    if (!header || header->cmsg_type != SCM_RIGHTS) return -1;
-    int descriptor = -1;
-    std::memcpy(&descriptor, CMSG_DATA(header), sizeof(int));
-    return descriptor;
   }
 
   bool ended() {

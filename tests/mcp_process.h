@@ -12,6 +12,7 @@
 #include <algorithm>
 #include <chrono>
 #include <cstdint>
+#include <functional>
 #include <optional>
 #include <stdexcept>
 #include <string>
@@ -27,10 +28,11 @@ class MCPProcess {
   pid_t pid() const { return pid_; }
   /// Starts `vorno mcp` in `directory`; its standard error goes to `errorLog` (or nowhere), and
   /// `environment` ("NAME=value") is added to what it inherits. `program` is the vorno to run:
-  /// the build's own unless a test installed one elsewhere.
+  /// the build's own unless a test installed one elsewhere. `inChild` runs in the child just
+  /// before exec (a test's seccomp filter); it may only make system calls.
   explicit MCPProcess(const std::string& directory, const std::string& errorLog = "/dev/null",
                       const std::vector<std::string>& environment = {},
-                      const std::string& program = VORNO_BINARY) {
+                      const std::string& program = VORNO_BINARY, const std::function<void()>& inChild = {}) {
     int input[2], output[2];
     if (::pipe2(input, O_CLOEXEC) != 0 || ::pipe2(output, O_CLOEXEC) != 0) throw std::runtime_error("pipe failed");
     pid_ = ::fork();
@@ -42,6 +44,7 @@ class MCPProcess {
       if (error >= 0) ::dup2(error, 2);
       if (::chdir(directory.c_str()) != 0) ::_exit(126);
       for (const std::string& variable : environment) ::putenv(const_cast<char*>(variable.c_str()));
+      if (inChild) inChild();
       ::execl(program.c_str(), program.c_str(), "mcp", static_cast<char*>(nullptr));
       ::_exit(127);
     }

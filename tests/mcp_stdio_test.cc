@@ -1,19 +1,17 @@
 // `vorno mcp` as a host runs it: a child process on pipes, fed lines a well-behaved client would
 // never send, many at once, and an input that closes early. It answers what it should, never
 // crashes, writes nothing but protocol to standard output, and exits 0 at the end of its input.
-#include <fcntl.h>
 #include <gtest/gtest.h>
-#include <sys/stat.h>
 #include <unistd.h>
 
 #include <filesystem>
 #include <fstream>
 #include <set>
 #include <sstream>
-#include <stdexcept>
 #include <string>
 #include <thread>
 
+#include "tests/held_opens.h"
 #include "tests/mcp_process.h"
 #include "tests/temp_folder.h"
 #include "tests/thread_waits.h"
@@ -57,45 +55,9 @@ bool waitForLine(const fs::path& path, const std::string& text) {
   return true;
 }
 
-/// A package's project.json made, until `release`, a named pipe that only the test writes into:
-/// a call that reads the document waits there, so the test knows it is running and can't finish.
-class HeldDocument {
- public:
-  HeldDocument(fs::path document, fs::path feed) : document_(std::move(document)), feed_(std::move(feed)) {
-    bytes_ = readText(document_);
-    if (::mkfifo(feed_.c_str(), 0644) != 0) throw std::runtime_error("mkfifo failed");
-    fs::remove(document_);
-    if (::link(feed_.c_str(), document_.c_str()) != 0) throw std::runtime_error("link failed");
-  }
-
-  /// The document is a file again for whoever opens it next.
-  void release() {
-    if (released_) return;
-    const fs::path staged = document_.parent_path() / ".project.json.staged";
-    std::ofstream(staged) << bytes_;
-    fs::rename(staged, document_);
-    released_ = true;
-  }
-
-  /// Gives the document's bytes to a reader waiting at the pipe, once, putting the file back first
-  /// so that no other reader comes to the pipe; whether a reader was there.
-  bool feedWaitingReader() {
-    if (fed_) return false;
-    int writer = ::open(feed_.c_str(), O_WRONLY | O_NONBLOCK | O_CLOEXEC);
-    if (writer < 0) return false;  // nobody waits
-    release();
-    ::fcntl(writer, F_SETFL, 0);
-    EXPECT_EQ(::write(writer, bytes_.data(), bytes_.size()), static_cast<ssize_t>(bytes_.size()));
-    ::close(writer);
-    fed_ = true;
-    return true;
-  }
-
- private:
-  fs::path document_, feed_;
-  std::string bytes_;
-  bool released_ = false, fed_ = false;
-};
+/// Picks the opening of a package's project.json: a call that reads the document is held there,
+/// so the test knows it is running and can't finish.
+bool opensTheDocument(const std::string& path) { return path.ends_with("/project.json"); }
 
 /// The example package, copied without its renders and exports.
 class StdioServer : public ::testing::Test {
@@ -194,26 +156,20 @@ TEST_F(StdioServer, BatchMixingRequestsAndNotificationsAnswersTheRequestsInOrder
 }
 
 TEST_F(StdioServer, CancelledRenderGetsNoAnswerWhileOthersDo) {
-  // The render waits at project.json, so the cancellation is known to reach it while it runs.
-  HeldDocument held(package() / "project.json", folder_.path() / "project.fifo");
+  // The render is held as it opens project.json, so the cancellation is known to reach it while
+  // it runs.
+  testing::HeldOpens held(opensTheDocument);
   const fs::path log = folder_.path() / "stderr.txt";
-  MCPProcess server(folder_.path().string(), log.string(), {"VORNO_MCP_DEBUG=1"});
+  MCPProcess server(folder_.path().string(), log.string(), {"VORNO_MCP_DEBUG=1"}, VORNO_BINARY, held.inChild());
+  held.start();
   server.sendLine(toolCall(5, "render_overview", "{" + projectArgument() + "}"));
+  ASSERT_TRUE(held.waitUntilHeld()) << "the render never read the document";
   server.sendLine(R"({"jsonrpc":"2.0","method":"notifications/cancelled","params":{"requestId":5,"reason":"user"}})");
   ASSERT_TRUE(waitForLine(log, "Cancelled request id=5 reason=user"));
 
   // Let go, it runs to its end, and its answer is withheld.
   held.release();
-  bool withheld = false;
-  const auto guard = std::chrono::steady_clock::now() + testing::hangGuard;
-  while (!withheld && std::chrono::steady_clock::now() < guard) {
-    mcp::Value early = server.messageWaiting();
-    ASSERT_TRUE(early.isNull() || early.find("id")->intValue() != 5) << "answer of a cancelled call";
-    held.feedWaitingReader();
-    withheld = readText(log).find("Response withheld for cancelled request id=5") != std::string::npos;
-    if (!withheld) std::this_thread::sleep_for(std::chrono::milliseconds(1));
-  }
-  ASSERT_TRUE(withheld) << "the cancelled render never ended";
+  ASSERT_TRUE(waitForLine(log, "Response withheld for cancelled request id=5")) << "the cancelled render never ended";
 
   // Others are answered, and the cancelled call never is.
   server.sendLine(request(6, "ping"));
@@ -227,16 +183,18 @@ TEST_F(StdioServer, CancelledRenderGetsNoAnswerWhileOthersDo) {
 }
 
 TEST_F(StdioServer, InputClosedInTheMiddleOfACallStillAnswersItAndExitsZero) {
-  // The render waits at project.json until the input has closed: it is surely in the middle.
-  // (Once let go it must end within the server's grace after end of input, ten seconds; it takes
-  // a fraction of one.)
-  HeldDocument held(package() / "project.json", folder_.path() / "project.fifo");
-  MCPProcess server(folder_.path().string());
+  // The render is held as it opens project.json until the server has read the end of its input:
+  // it is surely in the middle. (Once let go it must end within the server's grace after end of
+  // input, ten seconds; it takes a fraction of one.)
+  testing::HeldOpens held(opensTheDocument);
+  const fs::path log = folder_.path() / "stderr.txt";
+  MCPProcess server(folder_.path().string(), log.string(), {}, VORNO_BINARY, held.inChild());
+  held.start();
   server.sendLine(toolCall(3, "render_slide", "{" + projectArgument() + R"(, "slide": "week"})"));
+  ASSERT_TRUE(held.waitUntilHeld()) << "the server ended before the render read the document";
   server.closeInput();
-  bool fed = false;
-  ASSERT_TRUE(testing::pollUntil([&] { return (fed = held.feedWaitingReader()) || server.waitForExit(0s); }));
-  ASSERT_TRUE(fed) << "the server ended before the render read the document";
+  ASSERT_TRUE(waitForLine(log, "EOF received"));
+  held.release();
   mcp::Value answer;
   bool ended = false;
   const auto guard = std::chrono::steady_clock::now() + testing::hangGuard;

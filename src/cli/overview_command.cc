@@ -68,7 +68,7 @@ int runOverview(const ParsedArguments& args) {
   SlideRenderer renderer;
   for (const auto& [project, target, locale, path] : sheets) {
     ContactSheet::Sheet sheet = ContactSheet::render(project, store.root().string(), *target, locale, renderer, 900);
-    Images::write(sheet.image, path.string(), Images::ImageType::png);
+    writePicture(sheet.image, path, store);
     std::cout << path.string() << "\n";
     for (const auto& line : project.storyOutline(locale)) std::cout << line << "\n";
   }

@@ -86,11 +86,12 @@ void writeLayers(const fs::path& folder, const Project& project, const fs::path&
   const fs::path index = checkedWritePath(folder, "layers.json", layersFolderName);
   Json list = Json::array();
   for (size_t i = 0; i < layers.size(); ++i) {
-    Images::write(layers[i].image, checkedWritePath(folder, files[i], layersFolderName).string(),
-                  Images::ImageType::png);
+    // From the folder above down, like the check of the layers' folder: never through a link.
+    Images::writeBelow(layers[i].image, folder.parent_path(), folder.filename() / files[i], Images::ImageType::png);
     list.push_back({{"file", files[i]}, {"id", layers[i].id}, {"label", layers[i].label}});
   }
-  atomicWrite(index, documentJSON(list));
+  writeFileBelow(folder.parent_path(), folder.filename() / "layers.json", documentJSON(list), Durability::flushed,
+                 layersFolderName);
   std::cout << index.string() << "\n";
 }
 
@@ -104,7 +105,7 @@ int renderMotion(const ParsedArguments& args, const Project& project, const File
   if (args.flag("filmstrip")) {
     MotionRenderer::Filmstrip strip = motion.filmstrip(project, store.root().string(), creative, locale, 8, 2400, guides);
     fs::path path = outputPath(args.string("out"), store, name + "-filmstrip.png", names);
-    Images::write(strip.image, path.string(), Images::ImageType::png);
+    writePicture(strip.image, path, store);
     std::cout << path.string() << "\n";
     return 0;
   }
@@ -113,7 +114,7 @@ int renderMotion(const ParsedArguments& args, const Project& project, const File
       outputPath(args.string("out"), store, name + "-" + formatted("%05.2f", seconds) + "s" + (guides ? "-guides" : "") + ".png", names);
   MotionRenderer::Frame frame = motion.frame(project, store.root().string(), creative, locale, seconds, 1.0);
   Image image = guides ? CreativeGuides::overlay(frame.image, target) : frame.image;
-  Images::write(image, path.string(), Images::ImageType::png);
+  writePicture(image, path, store);
   std::cout << path.string() << "\n";
   for (const auto& issue : SlideRenderer::report(frame.composed, frame.image).issues)
     std::cout << issue.description() << "\n";
@@ -170,7 +171,7 @@ int runRender(const ParsedArguments& args) {
   RenderOutput output = renderer.render(project, store.root().string(), *slide, *target, locale, 1.0);
   Image image = output.image;
   if (guides && creative) image = CreativeGuides::overlay(image, *target);
-  Images::write(image, path.string(), Images::ImageType::png);
+  writePicture(image, path, store);
   std::cout << path.string() << "\n";
   for (const auto& issue : output.report.issues) std::cout << issue.description() << "\n";
   printElements(output.report);

@@ -7,6 +7,7 @@
 // meant to lose.
 #include "cli/render_paths.h"
 
+#include "kit/image/images.h"
 #include "kit/store/file_name.h"
 #include "kit/store/file_project_store.h"
 #include "kit/util/paths.h"
@@ -47,6 +48,14 @@ fs::path outputPath(const std::optional<std::string>& out, const FileProjectStor
   }
   for (const CheckedName& each : names) FileName::check(each.name, each.what);
   return preparedWritePath(store.root(), fs::path("renders") / name);
+}
+
+void writePicture(const Image& image, const fs::path& path, const FileProjectStore& store) {
+  const fs::path root = standardizePath(store.root());
+  const fs::path relative = standardizePath(path).lexically_relative(root);
+  const bool below = !relative.empty() && *relative.begin() != ".." && *relative.begin() != ".";
+  if (below) Images::writeBelow(image, root, relative, Images::ImageType::png);
+  else Images::write(image, path.string(), Images::ImageType::png);
 }
 
 }  // namespace vorno::cli

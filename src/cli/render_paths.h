@@ -12,6 +12,7 @@ namespace vorno {
 struct Project;
 struct StoreTarget;
 class FileProjectStore;
+class Image;
 }  // namespace vorno
 
 namespace vorno::cli {
@@ -32,5 +33,10 @@ struct CheckedName {
 /// may be a symbolic link.
 std::filesystem::path outputPath(const std::optional<std::string>& out, const FileProjectStore& store,
                                  const std::string& name, const std::vector<CheckedName>& names);
+
+/// Writes `image` as a PNG at `path`, a path outputPath gave. Below the package it is written from
+/// the package down without following a link (a folder swapped for one since outputPath looked
+/// can't carry it outside); a --out elsewhere is the user's own path, written as it stands.
+void writePicture(const Image& image, const std::filesystem::path& path, const FileProjectStore& store);
 
 }  // namespace vorno::cli

@@ -376,7 +376,7 @@ ExportSummary Exporter::exportLook(const Plan& plan, const Project& project, con
       const ComposedSlide laid = std::move(composed[index]);
       Image image = SlideRenderer::composite(laid, laid.focusIndex(), 1.0, &layers);
       std::vector<Issue> found = SlideRenderer::report(laid, image).issues;
-      Images::write(image, file.string(), Images::ImageType::png);
+      Images::writeBelow(image, plan.base.root, plan.base.below(job.path), Images::ImageType::png);
       image = Image();  // the pixels go before the read-back
       for (auto& issue : Linter::verifyAsset(file.string(), job.target)) found.push_back(std::move(issue));
       results[index] = {true, std::move(found)};

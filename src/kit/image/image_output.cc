@@ -15,6 +15,7 @@
 #include "kit/image/jpeg_writer.h"
 #include "kit/image/png_writer.h"
 #include "kit/util/atomic_write.h"
+#include "kit/util/write_paths.h"
 #include "kit/util/vorno_error.h"
 
 #include <cairo.h>
@@ -76,6 +77,13 @@ void write(const Image& image, const std::string& path, ImageType type, double q
   // documents get; readers and killed processes still see the old file or the new one.
   atomicWrite(path, std::string_view(reinterpret_cast<const char*>(bytes.data()), bytes.size()),
               Durability::rebuildable);
+}
+
+void writeBelow(const Image& image, const std::filesystem::path& base, const std::filesystem::path& relative,
+                ImageType type, double quality) {
+  std::vector<uint8_t> bytes = encode(image, type, quality);
+  writeFileBelow(base, relative, std::string_view(reinterpret_cast<const char*>(bytes.data()), bytes.size()),
+                 Durability::rebuildable);
 }
 
 }  // namespace vorno::Images

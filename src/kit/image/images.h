@@ -7,6 +7,7 @@
 #include "kit/util/geometry.h"
 
 #include <cstdint>
+#include <filesystem>
 #include <optional>
 #include <string>
 #include <vector>
@@ -31,6 +32,10 @@ Image downscale(const Image& image, int maxDimension);
 std::vector<uint8_t> encode(const Image& image, ImageType type, double quality = 0.86);
 /// Encodes and writes atomically (the file appears whole or not at all).
 void write(const Image& image, const std::string& path, ImageType type, double quality = 0.86);
+/// The same into `base / relative`, every folder below `base` reached without following a link
+/// (writeFileBelow): where a package's pictures go.
+void writeBelow(const Image& image, const std::filesystem::path& base, const std::filesystem::path& relative,
+                ImageType type, double quality = 0.86);
 
 /// The share of pixels that differ visibly between two pictures: 1 when the sizes differ,
 /// otherwise the pixels whose |Δr| + |Δg| + |Δb| is above 6, over the pixel count, with both

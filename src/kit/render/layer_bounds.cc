@@ -90,4 +90,31 @@ void reportReductions(const ElementLayout& original, IssueSink& sink) {
   }
 }
 
+namespace {
+
+// The board's size in pixels at `scale`: every slice side by side.
+Size boardSize(const ComposedSlide& composed, double scale) {
+  const double count = static_cast<double>(std::max<size_t>(composed.slideIDs.size(), 1));
+  return {scale * composed.target.width * count, scale * composed.target.height};
+}
+
+}  // namespace
+
+double boardResolution(const ComposedSlide& composed, double scale) {
+  const Size size = boardSize(composed, scale);
+  return fitting(size.width, size.height);
+}
+
+void reportBoardReduction(const ComposedSlide& composed, double scale, IssueSink& sink) {
+  const double share = boardResolution(composed, scale);
+  if (share >= 1) return;
+  const Size size = boardSize(composed, scale);
+  const std::string name = composed.spreadID ? "The spread \"" + *composed.spreadID + "\"" : std::string("The board");
+  sink.warning("spread.reduced",
+               formatted("%s needs a %.0f×%.0f picture of its %zu slides, more than a picture may have (%d pixels a "
+                         "side, %lld in all); it was drawn at %.2g%% of that size. Look at fewer slides at once.",
+                         name.c_str(), std::ceil(size.width), std::ceil(size.height), composed.slideIDs.size(),
+                         maxSide, static_cast<long long>(maxPixels), share * 100));
+}
+
 }  // namespace vorno::LayerBounds

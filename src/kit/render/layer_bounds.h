@@ -38,6 +38,14 @@ inline const ElementLayout& drawn(const ElementLayout& element, const std::optio
   return clamped ? *clamped : element;
 }
 
+/// The share of `scale` a spread's whole board (every slice side by side, as one picture) can be
+/// drawn at: 1 when it fits the bound of a layer, less when so many or so large slices would be
+/// past it. The board is then drawn smaller, never refused.
+double boardResolution(const ComposedSlide& composed, double scale);
+
+/// Says in `sink` what drawing the board at `scale` reduces, as a "spread.reduced" warning.
+void reportBoardReduction(const ComposedSlide& composed, double scale, IssueSink& sink);
+
 /// Says in `sink` what a full-size picture reduces of `element`'s layer, as "layer.reduced"
 /// warnings: its shadow limited, its resolution lowered.
 void reportReductions(const ElementLayout& element, IssueSink& sink);

@@ -244,6 +244,7 @@ Image SlideRenderer::composite(const ComposedSlide& composed, int slice, double 
 
 Image SlideRenderer::compositeBoard(const ComposedSlide& composed, double scale) {
   scale = clampedScale(scale);
+  scale *= LayerBounds::boardResolution(composed, scale);  // many or huge slices: a smaller board
   const double W = composed.target.width, H = composed.target.height;
   const double count = std::max<size_t>(composed.slideIDs.size(), 1);
   Canvas canvas = Canvas::opaque(pixels(scale, W * count), pixels(scale, H));
@@ -252,6 +253,12 @@ Image SlideRenderer::compositeBoard(const ComposedSlide& composed, double scale)
   LayerRenderer::paintBoard(composed, cr);
   for (const auto& element : composed.elements) drawElement(cr, element, scale, nullptr);
   return finished(canvas);
+}
+
+std::vector<Issue> SlideRenderer::boardIssues(const ComposedSlide& composed, double scale) {
+  IssueSink sink(composed.slideID, composed.target.id, composed.locale);
+  LayerBounds::reportBoardReduction(composed, clampedScale(scale), sink);
+  return sink.issues();
 }
 
 std::vector<std::string> SlideRenderer::layerKeys(const ComposedSlide& composed, int slice, double scale) {

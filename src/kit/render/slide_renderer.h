@@ -52,8 +52,11 @@ class SlideRenderer {
   /// The keys `composite` asks `layers` for, one per element use: what an export plans its
   /// LayerCache with.
   static std::vector<std::string> layerKeys(const ComposedSlide& composed, int slice, double scale);
-  /// The whole board (every slice of a spread) as one picture.
+  /// The whole board (every slice of a spread) as one picture, drawn smaller than `scale` asks
+  /// when the picture would be past the bound of a layer (see boardIssues).
   static Image compositeBoard(const ComposedSlide& composed, double scale);
+  /// What drawing the board at `scale` gave way on: a "spread.reduced" warning, or nothing.
+  static std::vector<Issue> boardIssues(const ComposedSlide& composed, double scale);
   /// The background, then each element that reaches the slice, each as a full slice.
   static std::vector<ExportedLayer> layers(const ComposedSlide& composed, int slice, double scale);
   /// The report of a picture made of `composed`'s own slice.

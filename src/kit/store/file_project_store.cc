@@ -14,8 +14,10 @@
 #include "kit/util/atomic_write.h"
 #include "kit/util/json_output.h"
 #include "kit/util/paths.h"
+#include "kit/util/read_file.h"
 #include "kit/util/sha256.h"
 #include "kit/util/vorno_error.h"
+#include "kit/util/write_paths.h"
 
 #include <fcntl.h>
 #include <sys/file.h>
@@ -32,37 +34,13 @@ namespace vorno {
 namespace {
 
 [[noreturn]] void failReading(const std::filesystem::path& path, int errorNumber) {
-  throw VornoError::io("Couldn't read " + path.string() + ": " + errorText(errorNumber) + ".");
-}
-
-// The whole file, or nothing with errno set (ENOENT when there is no file at all). Unlike
-// readRegularFile this follows a named pipe: the server's tests hold a call in the middle by
-// making project.json a pipe that only they write into.
-std::optional<std::string> readWholeFile(const std::filesystem::path& path) {
-  int fd = ::open(path.c_str(), O_RDONLY | O_CLOEXEC);
-  if (fd < 0) return std::nullopt;
-  std::string out;
-  char buffer[65536];
-  for (;;) {
-    ssize_t got = ::read(fd, buffer, sizeof buffer);
-    if (got < 0) {
-      if (errno == EINTR) continue;
-      int failure = errno;
-      ::close(fd);
-      errno = failure;
-      return std::nullopt;
-    }
-    if (got == 0) break;
-    out.append(buffer, static_cast<size_t>(got));
-  }
-  ::close(fd);
-  return out;
+  throw VornoError::io("Couldn't read " + path.string() + ": " + whyNotRead(errorNumber) + ".");
 }
 
 // The bytes of a package's project.json: notFound when there is none, io when it cannot be read
-// (a folder in its place, no permission).
+// (a folder in its place, no permission, a named pipe that would keep the reader waiting).
 std::string readProjectFile(const FileProjectStore& store) {
-  auto data = readWholeFile(store.project());
+  auto data = readRegularFile(store.project());
   if (!data) {
     if (errno == ENOENT)
       throw VornoError::notFound("No project at " + store.root().string() + ". Create one with project_create.");
@@ -231,7 +209,7 @@ void FileProjectStore::create(const Project& project) const {
 
 void FileProjectStore::ignoreGeneratedFiles() const {
   std::filesystem::path path = root_ / ".gitignore";
-  std::string text = readWholeFile(path).value_or("");
+  std::string text = readRegularFile(path).value_or("");
   std::set<std::string> present = gitignoreEntries(text);
   std::vector<std::string> missing;
   for (const char* entry : {"renders/", "exports/", ".activity.jsonl"})
@@ -251,11 +229,11 @@ std::string FileProjectStore::import(const std::filesystem::path& file, const st
   struct stat info {};
   if (::stat(source.c_str(), &info) != 0) failReading(source, errno);
   if (S_ISDIR(info.st_mode)) failReading(source, EISDIR);
+  if (!S_ISREG(info.st_mode)) failReading(source, EINVAL);  // a pipe or device would never end
 
   std::string folderName = folder;
   while (folderName.size() > 1 && folderName.back() == '/') folderName.pop_back();
-  std::filesystem::path destinationFolder = root_ / folderName;
-  createFolders(destinationFolder);
+  const std::filesystem::path destinationFolder = root_ / folderName;
 
   std::string name = source.filename().string();
   std::string stem = source.stem().string(), extension = source.extension().string();
@@ -263,7 +241,8 @@ std::string FileProjectStore::import(const std::filesystem::path& file, const st
   for (int counter = 2; std::filesystem::exists(std::filesystem::symlink_status(destinationFolder / name, error));
        ++counter)
     name = stem + "-" + std::to_string(counter) + extension;
-  atomicCopy(source, destinationFolder / name);
+  // The folder is made and the copy placed from the package down, never through a link in it.
+  copyFileBelow(source, root_, std::filesystem::path(folderName) / name);
   return folderName + "/" + name;
 }
 

@@ -25,7 +25,8 @@ enum class Durability {
 
 /// The moments of one write, in the order they happen. `flushed` comes only when the flush was
 /// asked for and succeeded; `renamed` means readers now see the new bytes.
-enum class WriteStep { opened, halfWritten, written, flushed, renamed };
+/// `opening` comes once the folder is known and before the temporary file is made in it.
+enum class WriteStep { opening, opened, halfWritten, written, flushed, renamed };
 
 /// Null in the program. A test that must stop a writer at a known moment (to kill it there, or to
 /// read beside it) sets it; it is then called at every step with the target and its temporary
@@ -34,14 +35,30 @@ enum class WriteStep { opened, halfWritten, written, flushed, renamed };
 extern void (*atomicWriteStepHook)(const std::filesystem::path& target, const std::filesystem::path& temporary,
                                    WriteStep step);
 
+/// A folder held open for writing into: its descriptor, and its path for messages. Writes name
+/// their files relative to the descriptor, so the folder they land in is the one that was opened,
+/// whatever is renamed or linked in its place afterwards.
+struct OpenFolder {
+  int fd;
+  std::filesystem::path path;
+};
+
 /// Replaces (or creates) `target` with `bytes`. The parent folder must exist. A file that already
 /// exists keeps its permission bits. Throws VornoError::io "Couldn't write <target>: <reason>.".
 void atomicWrite(const std::filesystem::path& target, std::string_view bytes,
                  Durability durability = Durability::flushed);
 
+/// The same into the file `name` of an open folder: the temporary file is created there without
+/// following a link (O_EXCL | O_NOFOLLOW) and renamed over `name` in that same folder.
+void atomicWriteInto(const OpenFolder& folder, const std::string& name, std::string_view bytes,
+                     Durability durability = Durability::flushed);
+
 /// Copies `source` over (or to) `target` the same way, streaming, with the source's permission
 /// bits. Throws VornoError::io "Couldn't read <source>: <reason>." or "Couldn't write <target>: <reason>.".
 void atomicCopy(const std::filesystem::path& source, const std::filesystem::path& target);
+
+/// The same into the file `name` of an open folder.
+void atomicCopyInto(const std::filesystem::path& source, const OpenFolder& folder, const std::string& name);
 
 /// A fresh name for a temporary file beside `target`: ".<name>.<UUID>".
 std::filesystem::path temporaryPathBeside(const std::filesystem::path& target);

@@ -166,7 +166,7 @@ struct SeenStep {
 std::vector<SeenStep> seenSteps;
 
 std::string nameOf(WriteStep step) {
-  static const char* const names[] = {"opened", "halfWritten", "written", "flushed", "renamed"};
+  static const char* const names[] = {"opening", "opened", "halfWritten", "written", "flushed", "renamed"};
   return names[static_cast<int>(step)];
 }
 void PrintTo(const SeenStep& seen, std::ostream* out) {
@@ -180,6 +180,7 @@ std::vector<std::string> seenStepNames() {
 }
 
 void recordStep(const std::filesystem::path& target, const std::filesystem::path& temporary, WriteStep step) {
+  if (step == WriteStep::opening) return;  // before the temporary file exists: nothing to see yet
   seenSteps.push_back({step, std::filesystem::exists(temporary) ? slurp(temporary) : "(gone)", slurp(target)});
 }
 

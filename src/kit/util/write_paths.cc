@@ -1,12 +1,15 @@
-// The walk is lexical from `base` down, one lstat per part, so a link is seen as a link wherever
-// it stands and never followed. Folders are made with mkdir one at a time rather than with
-// create_directories, which would follow a link planted on the way; a part another writer makes
-// at the same moment (EEXIST) is simply looked at again.
+// The checks walk lexically from `base` down, one lstat per part, so a link is seen as a link
+// wherever it stands and never followed. Folders are made with mkdir one at a time rather than
+// with create_directories, which would follow a link planted on the way; a part another writer
+// makes at the same moment (EEXIST) is simply looked at again. The writes walk the same parts with
+// openat from descriptor to descriptor, so what they find is what they write into.
 #include "kit/util/write_paths.h"
 
+#include "kit/util/file_descriptor.h"
 #include "kit/util/paths.h"
 #include "kit/util/vorno_error.h"
 
+#include <fcntl.h>
 #include <sys/stat.h>
 
 #include <cerrno>
@@ -99,7 +102,79 @@ fs::path writePath(const fs::path& base, const fs::path& relative, Make make, Re
   return file;
 }
 
+// Why the part `name` of `folder` could not be opened as a folder: the same sentences the walk by
+// path gives, from what is there now.
+[[noreturn]] void refuseFolder(int folder, const fs::path& at, int openError, std::string_view within) {
+  struct stat info {};
+  if (::fstatat(folder, at.filename().c_str(), &info, AT_SYMLINK_NOFOLLOW) == 0) {
+    if (S_ISLNK(info.st_mode)) refuseLink(at, true, within);
+    if (!S_ISDIR(info.st_mode))
+      throw VornoError::invalid(at.string() + " is " +
+                                (S_ISREG(info.st_mode) ? "a file" : notAFileKind(info.st_mode)) +
+                                ", not a folder. Move it out of the way and try again.");
+  }
+  throw VornoError::io("Couldn't open the folder " + at.string() + ": " + errorText(openError) + ".");
+}
+
+// The folder `name` inside the open `folder`, made when missing, opened without following a link.
+FileDescriptor openOrMakeFolder(int folder, const fs::path& at, std::string_view within) {
+  const std::string nameText = at.filename().string();
+  const char* name = nameText.c_str();
+  const int flags = O_RDONLY | O_DIRECTORY | O_NOFOLLOW | O_CLOEXEC;
+  FileDescriptor opened(::openat(folder, name, flags));
+  if (!opened.valid() && errno == ENOENT) {
+    if (::mkdirat(folder, name, 0777) != 0 && errno != EEXIST)
+      throw VornoError::io("Couldn't create the folder " + at.string() + ": " + errorText(errno) + ".");
+    opened = FileDescriptor(::openat(folder, name, flags));
+  }
+  if (!opened.valid()) refuseFolder(folder, at, errno, within);
+  return opened;
+}
+
+// The folder that holds `relative`'s file, reached from `base` one part at a time.
+FileDescriptor openFolderOf(const fs::path& base, const fs::path& relative, std::string_view within) {
+  requirePlainParts(base, relative);
+  createFolders(base);
+  FileDescriptor folder(::open(base.c_str(), O_RDONLY | O_DIRECTORY | O_CLOEXEC));
+  if (!folder.valid())
+    throw VornoError::io("Couldn't open the folder " + base.string() + ": " + errorText(errno) + ".");
+  fs::path at = base;
+  for (const auto& part : relative.parent_path()) {
+    at /= part;
+    folder = openOrMakeFolder(folder.get(), at, within);
+  }
+  return folder;
+}
+
+// The file's place in its open folder: nothing yet, or a regular file to replace.
+void checkFileIn(int folder, const fs::path& at, std::string_view within) {
+  struct stat info {};
+  if (::fstatat(folder, at.filename().c_str(), &info, AT_SYMLINK_NOFOLLOW) != 0) {
+    if (errno == ENOENT) return;
+    throw VornoError::io("Couldn't look at " + at.string() + ": " + errorText(errno) + ".");
+  }
+  if (S_ISLNK(info.st_mode)) refuseLink(at, false, within);
+  if (!S_ISREG(info.st_mode))
+    throw VornoError::invalid(at.string() + " is " + notAFileKind(info.st_mode) +
+                              ", not a file. Move it out of the way and try again.");
+}
+
 }  // namespace
+
+void writeFileBelow(const fs::path& base, const fs::path& relative, std::string_view bytes, Durability durability,
+                    std::string_view within) {
+  FileDescriptor folder = openFolderOf(base, relative, within);
+  const fs::path file = base / relative;
+  checkFileIn(folder.get(), file, within);
+  atomicWriteInto({folder.get(), file.parent_path()}, file.filename().string(), bytes, durability);
+}
+
+void copyFileBelow(const fs::path& source, const fs::path& base, const fs::path& relative, std::string_view within) {
+  FileDescriptor folder = openFolderOf(base, relative, within);
+  const fs::path file = base / relative;
+  checkFileIn(folder.get(), file, within);
+  atomicCopyInto(source, {folder.get(), file.parent_path()}, file.filename().string());
+}
 
 std::string notAFileKind(mode_t mode) {
   if (S_ISREG(mode)) return "";

@@ -1,16 +1,19 @@
 // Where vorno may write below a folder it writes into (a package, or a folder given for layers):
 // never through a symbolic link, and never onto something that isn't a regular file.
 //
-//   fs::path file = preparedWritePath(store.root(), "renders/intro-ios.iphone-6.9-en-US.png");
-//   Images::write(image, file.string(), Images::ImageType::png);
+//   writeFileBelow(store.root(), "renders/intro__ios.iphone-6.9__en-US.png", bytes);
 //
 // Why: a package is a folder a person may have cloned from anywhere, and a link inside it
-// (renders/ -> /somewhere, fonts/x.ttf -> ~/.bashrc) would send a write outside it. Every part of
-// the path below `base` is looked at with lstat, from `base` down: each existing part but the last
-// must be a real folder, the last a regular file or nothing yet. `base` itself is the caller's:
-// the package as the user named it. Every writer under a package goes through here: renders,
-// overview sheets, layers, exports and their manifests, videos, assets, fonts and captures.
+// (renders/ -> /somewhere, fonts/x.ttf -> ~/.bashrc) would send a write outside it. `base` itself
+// is the caller's: the package as the user named it. Below it, two kinds of help:
+// - the checks (checkedWritePath and its kin) look at every part with lstat, from `base` down,
+//   so a run can refuse a bad path before it draws anything;
+// - the writes (writeFileBelow, copyFileBelow) don't trust an earlier look: they open each folder
+//   from the one above it without following a link and make and rename the file inside the last
+//   one, so a folder swapped for a link between the look and the write changes nothing.
 #pragma once
+
+#include "kit/util/atomic_write.h"
 
 #include <sys/types.h>
 
@@ -42,6 +45,18 @@ std::filesystem::path preparedWritePath(const std::filesystem::path& base, const
 /// `base / relative` as a folder to write into: every part a real folder, the missing ones made.
 std::filesystem::path preparedWriteFolder(const std::filesystem::path& base, const std::filesystem::path& relative,
                                           std::string_view within = "the package");
+
+/// Writes `bytes` to `base / relative` atomically, the folders on the way made as above. Nothing
+/// is taken by path below `base`: each folder is opened from the one above it without following a
+/// link (O_DIRECTORY | O_NOFOLLOW), and the file is made and renamed into place inside the last
+/// one, so a folder swapped for a link at any moment can't carry the write outside. A link, or
+/// something that isn't a file, where the file goes is refused as checkedWritePath refuses it.
+void writeFileBelow(const std::filesystem::path& base, const std::filesystem::path& relative, std::string_view bytes,
+                    Durability durability = Durability::flushed, std::string_view within = "the package");
+
+/// The same with the bytes of the regular file `source` (streamed, keeping its permission bits).
+void copyFileBelow(const std::filesystem::path& source, const std::filesystem::path& base,
+                   const std::filesystem::path& relative, std::string_view within = "the package");
 
 /// What a file's mode names, in a user's words ("a folder", "a named pipe"); empty for a regular
 /// file.

@@ -63,26 +63,33 @@ bool isPNG(const fs::path& path) {
 /// when the call fails before `commit`.
 class Staged {
  public:
-  explicit Staged(const fs::path& final)
-      : final_(final), path_(final.parent_path() / ("." + randomUUID() + "-" + final.filename().string())) {}
+  /// Stages `relative` below the package `base`, beside where it goes.
+  Staged(const fs::path& base, const fs::path& relative)
+      : base_(base),
+        final_(base / relative),
+        staging_(relative.parent_path() / ("." + randomUUID() + "-" + relative.filename().string())) {}
   ~Staged() {
     std::error_code ignored;
-    if (!committed_) fs::remove(path_, ignored);
+    if (!committed_) fs::remove(path(), ignored);
   }
   Staged(const Staged&) = delete;
   Staged& operator=(const Staged&) = delete;
 
-  const fs::path& path() const { return path_; }
+  fs::path path() const { return base_ / staging_; }
+  // Both reach the staging file's folder from the package without following a link.
+  void write(std::string_view bytes) const { writeFileBelow(base_, staging_, bytes); }
+  void copy(const fs::path& source) const { copyFileBelow(source, base_, staging_); }
   void commit() {
     std::error_code error;
-    fs::rename(path_, final_, error);
+    fs::rename(path(), final_, error);
     if (error) throw VornoError::io("Couldn't write " + final_.string() + ": " + error.message() + ".");
     committed_ = true;
   }
 
  private:
+  fs::path base_;
   fs::path final_;
-  fs::path path_;
+  fs::path staging_;
   bool committed_ = false;
 };
 
@@ -142,11 +149,12 @@ class AssetAddTool final : public Tool {
 
     // The asset's place is the package's own: no folder on the way, nor the file, may be a link.
     const fs::path relative = frame ? fs::path("assets") / "frames" / name : fs::path("assets") / name;
-    Staged staged(preparedWritePath(store.root(), relative));
+    checkedWritePath(store.root(), relative);
+    Staged staged(store.root(), relative);
     if (svg)
-      atomicWrite(staged.path(), *svg);
+      staged.write(*svg);
     else
-      FileProjectStore::copyReplacing(source, staged.path());
+      staged.copy(source);
 
     if (frame) {
       if (extension != "png" || !isPNG(staged.path()))
@@ -176,7 +184,7 @@ class AssetAddTool final : public Tool {
     fs::path source = existingFile(context, *given);
     std::optional<AssetFont::Faces> faces = AssetFont::read(source.string());
     if (!faces) throw VornoError::invalid(name + " isn't a readable font.");
-    FileProjectStore::copyReplacing(source, preparedWritePath(store.root(), fs::path("fonts") / name));
+    copyFileBelow(source, store.root(), fs::path("fonts") / name);
 
     std::string styles;
     for (const std::string& style : faces->styles) styles += (styles.empty() ? "" : ", ") + style;

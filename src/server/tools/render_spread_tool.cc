@@ -90,6 +90,7 @@ std::vector<Content> RenderSpreadTool::call(const Arguments& arguments, const To
   // The layout's own findings (text across a seam or off the board, and each member's issues),
   // then what the linter says of spreads.
   std::vector<Issue> issues = composed.issues;
+  for (Issue& issue : SlideRenderer::boardIssues(composed, scale)) issues.push_back(std::move(issue));
   for (const Issue& issue : Linter::lint(project))
     if (issue.code.rfind("spread.", 0) == 0) issues.push_back(issue);
 

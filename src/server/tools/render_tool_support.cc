@@ -25,9 +25,9 @@ int previewSize(const Arguments& arguments, int fallback) {
 
 std::string writeRender(const FileProjectStore& store, const Image& image, const std::string& name) {
   // Never through a link planted in the package: renders/ and the file must be its own.
-  std::string path = preparedWritePath(store.root(), std::filesystem::path("renders") / name).string();
-  Images::write(image, path, Images::ImageType::png);
-  return path;
+  const std::filesystem::path relative = std::filesystem::path("renders") / name;
+  Images::writeBelow(image, store.root(), relative, Images::ImageType::png);
+  return (store.root() / relative).string();
 }
 
 std::string joinedIDs(const std::vector<std::string>& ids, const std::string& none) {
