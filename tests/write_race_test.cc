@@ -13,7 +13,7 @@
 #include "tests/mcp_process.h"
 #include "tests/temp_folder.h"
 
-namespace vorno {
+namespace vorno::write_race_test {
 namespace {
 
 namespace fs = std::filesystem;
@@ -111,4 +111,4 @@ TEST_F(WriteRace, FontsFolderSwappedForALinkJustBeforeTheCopyIsCreatedWritesNoth
 }
 
 }  // namespace
-}  // namespace vorno
+}  // namespace vorno::write_race_test

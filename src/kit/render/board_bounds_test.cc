@@ -8,7 +8,7 @@
 
 #include <cstdint>
 
-namespace vorno {
+namespace vorno::board_bounds_test {
 namespace {
 
 using testing::board;
@@ -53,4 +53,4 @@ TEST(BoardBounds, BoardWithinTheBoundIsDrawnAsAskedWithoutAnIssue) {
 }
 
 }  // namespace
-}  // namespace vorno
+}  // namespace vorno::board_bounds_test

@@ -18,7 +18,7 @@
 #include <optional>
 #include <sstream>
 
-namespace vorno {
+namespace vorno::file_project_store_hostile_test {
 namespace {
 
 namespace fs = std::filesystem;
@@ -146,4 +146,4 @@ TEST_F(HostilePackage, ImportOfANamedPipeIsRefusedWithoutWaiting) {
 }
 
 }  // namespace
-}  // namespace vorno
+}  // namespace vorno::file_project_store_hostile_test

@@ -43,6 +43,7 @@ std::string brief(const std::string& bytes) {
 
 const char* nameOf(WriteStep step) {
   switch (step) {
+    case WriteStep::opening: return "opening";
     case WriteStep::opened: return "opened";
     case WriteStep::halfWritten: return "halfWritten";
     case WriteStep::written: return "written";
@@ -138,6 +139,7 @@ TEST_F(FileProjectStoreKilledWriter, KilledAtEveryStepOfASaveLeavesAWholeDocumen
       }
       // The temporary file beside it is exactly as far along as the step says.
       switch (step) {
+        case WriteStep::opening: ADD_FAILURE() << "writers aren't held before their temporary file exists"; break;
         case WriteStep::opened: EXPECT_SAME_BYTES(slurp(*temporary), ""); break;
         case WriteStep::halfWritten: EXPECT_SAME_BYTES(slurp(*temporary), fresh.substr(0, fresh.size() / 2)); break;
         case WriteStep::written:

@@ -14,7 +14,7 @@
 #include <functional>
 #include <sstream>
 
-namespace vorno {
+namespace vorno::write_below_test {
 namespace {
 
 namespace fs = std::filesystem;
@@ -141,4 +141,4 @@ TEST_F(WriteBelow, FileWhereAFolderGoesIsRefused) {
 }
 
 }  // namespace
-}  // namespace vorno
+}  // namespace vorno::write_below_test
