@@ -92,7 +92,9 @@ TEST(Shell, AGrandchildHoldingThePipeDoesNotHoldTheCaller) {
   // instead of the child's would never return.
   TempFolder folder;
   std::filesystem::path go = folder.path() / "go";
-  std::string holder = "(while [ ! -f " + go.string() + " ]; do sleep 0.01; done) &";
+  // It also ends when the folder is gone, should the test end before it sees the file.
+  std::string holder = "(while [ ! -f " + go.string() + " ] && [ -d " + folder.path().string() +
+                       " ]; do sleep 0.01; done) &";
   EXPECT_EQ(Shell::run("/bin/sh", {"-c", "echo done; " + holder + " exit 0"}, 60), "done\n");
   std::ofstream(go) << "";
 }
@@ -108,7 +110,8 @@ TEST(Shell, SpawnedProgramOutlivesItsStarterAndIsNoChildOfOurs) {
   // The program waits for a file the test writes only after spawn has returned: proof that spawn
   // doesn't wait for it.
   std::filesystem::path go = folder.path() / "go";
-  Shell::spawn("/bin/sh", {"-c", "while [ ! -f " + go.string() + " ]; do sleep 0.01; done; echo $PPID $(ps -o sid= -p $$) > " +
+  Shell::spawn("/bin/sh", {"-c", "while [ ! -f " + go.string() + " ] && [ -d " + folder.path().string() +
+                                     " ]; do sleep 0.01; done; echo $PPID $(ps -o sid= -p $$) > " +
                                      note.string() + ".new; mv " + note.string() + ".new " + note.string()});
   std::ofstream(go) << "";
   ASSERT_TRUE(testing::pollUntil([&] { return std::filesystem::exists(note); }));
