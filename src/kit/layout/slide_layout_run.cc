@@ -324,14 +324,14 @@ void SlideLayoutRun::placeDeviceUnderOrOverStack() {
       } else {
         fraction = 0.84;
       }
-      const double stackHeight_ = stackHeight();
+      const double stackTall = stackHeight();
       double bw = fraction * W, bh = bw / aspect, x = (W - bw) * 0.5;
       const double dg = 0.035 * H;
       double y;
       if (!turned_) {
-        y = archetype_ == Archetype::hero ? dg + 0.06 * H + stackHeight_ : top_ - dg - bh;
+        y = archetype_ == Archetype::hero ? dg + 0.06 * H + stackTall : top_ - dg - bh;
       } else {
-        double from = archetype_ == Archetype::hero ? dg + 0.06 * H + stackHeight_ : 0;
+        double from = archetype_ == Archetype::hero ? dg + 0.06 * H + stackTall : 0;
         double to = archetype_ == Archetype::hero ? H : top_ - dg;
         y = from + (to - from - bh) * 0.5;
       }
