@@ -33,7 +33,7 @@ struct Alpha {
 
 // The image's coverage as one byte per pixel, drawn through cairo so every surface format works.
 Alpha alphaOf(cairo_surface_t* source, int width, int height) {
-  CairoSurfacePtr alpha(cairo_image_surface_create(CAIRO_FORMAT_A8, width, height));
+  CairoSurfacePtr alpha(newImageSurface(CAIRO_FORMAT_A8, width, height));
   if (cairo_surface_status(alpha.get()) != CAIRO_STATUS_SUCCESS) throw VornoError::io("Couldn't read the frame image.");
   {
     CairoContextPtr cr(cairo_create(alpha.get()));

@@ -64,8 +64,8 @@ bool paintThrough(cairo_t* cr, const ShapePainter& shape, const cairo_matrix_t& 
   // such blurs itself.
   const double sigma = blurPixels / 2 / factor;
   const bool single = sigma < 12;
-  CairoSurfacePtr bitmap(cairo_image_surface_create(CAIRO_FORMAT_ARGB32, width, height));
-  CairoSurfacePtr coverage(single ? cairo_image_surface_create(CAIRO_FORMAT_A8, width, height) : nullptr);
+  CairoSurfacePtr bitmap(newImageSurface(CAIRO_FORMAT_ARGB32, width, height));
+  CairoSurfacePtr coverage(single ? newImageSurface(CAIRO_FORMAT_A8, width, height) : nullptr);
   if (cairo_surface_status(bitmap.get()) != CAIRO_STATUS_SUCCESS ||
       (single && cairo_surface_status(coverage.get()) != CAIRO_STATUS_SUCCESS))
     return false;

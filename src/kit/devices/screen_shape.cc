@@ -163,7 +163,7 @@ std::optional<MaskImage> rasterise(const std::string& pdfPath, int width, int he
   poppler_page_get_size(page.get(), &pageWidth, &pageHeight);
   if (!(pageWidth > 0) || !(pageHeight > 0)) return std::nullopt;
 
-  CairoSurfacePtr surface(cairo_image_surface_create(CAIRO_FORMAT_ARGB32, width, height));
+  CairoSurfacePtr surface(newImageSurface(CAIRO_FORMAT_ARGB32, width, height));
   if (cairo_surface_status(surface.get()) != CAIRO_STATUS_SUCCESS) return std::nullopt;
   {
     CairoContextPtr cr(cairo_create(surface.get()));
@@ -221,7 +221,7 @@ std::vector<uint8_t> maskSample(const MaskImage& mask, int side, bool mirrored) 
 
 // The same corner of a continuous rectangle of the screen's size; nothing if no bitmap can be made.
 std::optional<std::vector<uint8_t>> shapeSample(int width, int height, int side, double radius) {
-  CairoSurfacePtr surface(cairo_image_surface_create(CAIRO_FORMAT_A8, side, side));
+  CairoSurfacePtr surface(newImageSurface(CAIRO_FORMAT_A8, side, side));
   if (cairo_surface_status(surface.get()) != CAIRO_STATUS_SUCCESS) return std::nullopt;
   {
     CairoContextPtr cr(cairo_create(surface.get()));

@@ -13,6 +13,8 @@
 // square costs about what a radius of 20 does.
 #include "kit/image/blur.h"
 
+#include "kit/image/cairo_util.h"
+
 #include <cairo.h>
 
 #include <algorithm>
@@ -283,7 +285,7 @@ uint64_t blurSamplesRead() { return samplesRead.load(std::memory_order_relaxed);
 Image blurred(const Image& image, double radius) {
   if (!image || !(radius >= 0.1) || boxesFor(radius).total() == 0) return image;
   const int width = image.width(), height = image.height();
-  cairo_surface_t* surface = cairo_image_surface_create(CAIRO_FORMAT_ARGB32, width, height);
+  cairo_surface_t* surface = newImageSurface(CAIRO_FORMAT_ARGB32, width, height);
   if (cairo_surface_status(surface) != CAIRO_STATUS_SUCCESS) {
     cairo_surface_destroy(surface);
     return {};

@@ -16,6 +16,7 @@
 // two-dimensional convolution per pixel.
 #include "kit/image/box_resampler.h"
 
+#include "kit/image/cairo_util.h"
 #include "kit/util/lru_cache.h"
 
 #include <cairo.h>
@@ -160,7 +161,7 @@ Image resample(const Image& image, const ResampleGrid& g) {
   if (!accepts(image, g)) return Image();
   const bool opaque = !image.hasAlpha();
   cairo_surface_t* surface =
-      cairo_image_surface_create(opaque ? CAIRO_FORMAT_RGB24 : CAIRO_FORMAT_ARGB32, g.outWidth, g.outHeight);
+      newImageSurface(opaque ? CAIRO_FORMAT_RGB24 : CAIRO_FORMAT_ARGB32, g.outWidth, g.outHeight);
   if (cairo_surface_status(surface) != CAIRO_STATUS_SUCCESS) {
     cairo_surface_destroy(surface);
     return Image();

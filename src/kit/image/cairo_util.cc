@@ -1,5 +1,7 @@
 #include "kit/image/cairo_util.h"
 
+#include "kit/util/huge_pages.h"
+
 #include <cairo.h>
 
 namespace vorno {
@@ -14,6 +16,44 @@ void appendPath(cairo_t* cr, const Path& path) {
       case Path::Verb::close: cairo_close_path(cr); break;
     }
   }
+}
+
+namespace {
+
+// The pixels of a surface made by newImageSurface, given back when cairo destroys it.
+struct MappedPixels {
+  void* block;
+  size_t bytes;
+};
+
+const cairo_user_data_key_t mappedPixelsKey{};
+
+void unmapPixels(void* data) {
+  auto* pixels = static_cast<MappedPixels*>(data);
+  HugePages::unmap(pixels->block, pixels->bytes);
+  delete pixels;
+}
+
+}  // namespace
+
+cairo_surface_t* newImageSurface(int format, int width, int height) {
+  const auto cairoFormat = static_cast<cairo_format_t>(format);
+  const int stride = cairo_format_stride_for_width(cairoFormat, width);
+  const size_t bytes = stride > 0 && height > 0 ? static_cast<size_t>(stride) * height : 0;
+  // Small surfaces, and sizes cairo refuses (for its own error status), are cairo's to make.
+  if (bytes < HugePages::size || width > 32767 || height > 32767)
+    return cairo_image_surface_create(cairoFormat, width, height);
+  void* block = HugePages::map(bytes);
+  if (!block) return cairo_image_surface_create(cairoFormat, width, height);  // cairo reports the failure
+  cairo_surface_t* surface =
+      cairo_image_surface_create_for_data(static_cast<unsigned char*>(block), cairoFormat, width, height, stride);
+  auto* pixels = new MappedPixels{block, bytes};
+  if (cairo_surface_status(surface) == CAIRO_STATUS_SUCCESS &&
+      cairo_surface_set_user_data(surface, &mappedPixelsKey, pixels, &unmapPixels) == CAIRO_STATUS_SUCCESS)
+    return surface;
+  cairo_surface_destroy(surface);
+  unmapPixels(pixels);
+  return cairo_image_surface_create(cairoFormat, width, height);
 }
 
 void setColor(cairo_t* cr, RGBColor color) { cairo_set_source_rgba(cr, color.r, color.g, color.b, color.a); }

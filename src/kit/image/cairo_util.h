@@ -21,6 +21,11 @@ void setColor(cairo_t* cr, RGBColor color);
 /// Adds a rectangle to the current path.
 void addRect(cairo_t* cr, const Rect& rect);
 
+/// A new image surface (a cairo_format_t), cleared. A picture-sized one takes its pixels straight
+/// from the kernel, faulted in by huge pages where the kernel offers them, and gives them back
+/// when cairo destroys it. What every surface of a picture's size is made with; check its status.
+cairo_surface_t* newImageSurface(int format, int width, int height);
+
 struct CairoRelease {
   void operator()(cairo_t* cr) const;
   void operator()(cairo_surface_t* surface) const;

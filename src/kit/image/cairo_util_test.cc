@@ -5,6 +5,9 @@
 #include <cairo.h>
 #include <gtest/gtest.h>
 
+#include <sys/mman.h>
+
+#include <cstdint>
 #include <cstring>
 
 namespace vorno::cairo_util_test {
@@ -48,6 +51,41 @@ TEST(CairoUtil, SavedStateComesBack) {
     cairo_set_line_width(cr.get(), 9);
   }
   EXPECT_EQ(cairo_get_line_width(cr.get()), 3);
+}
+
+TEST(CairoUtil, PictureSizedSurfaceIsClearAlignedAndGivesItsPixelsBack) {
+  cairo_surface_t* surface = newImageSurface(CAIRO_FORMAT_ARGB32, 1320, 2868);
+  ASSERT_EQ(cairo_surface_status(surface), CAIRO_STATUS_SUCCESS);
+  unsigned char* data = cairo_image_surface_get_data(surface);
+  const size_t bytes = static_cast<size_t>(cairo_image_surface_get_stride(surface)) * 2868;
+  // Its own huge-page-aligned block, not the allocator's.
+  EXPECT_EQ(reinterpret_cast<uintptr_t>(data) % (size_t{2} << 20), 0u);
+  size_t nonZero = 0;
+  for (size_t i = 0; i < bytes; i += 509) nonZero += data[i] != 0;
+  EXPECT_EQ(nonZero, 0u);
+
+  // Drawn on like any surface.
+  cairo_t* cr = cairo_create(surface);
+  cairo_set_source_rgb(cr, 1, 0, 0);
+  cairo_paint(cr);
+  cairo_destroy(cr);
+  cairo_surface_flush(surface);
+  uint32_t pixel;
+  std::memcpy(&pixel, data + bytes - 4, 4);
+  EXPECT_EQ(pixel, 0xFFFF0000u);
+
+  cairo_surface_destroy(surface);
+  const auto page = reinterpret_cast<uintptr_t>(data) & ~uintptr_t{4095};
+  EXPECT_NE(::msync(reinterpret_cast<void*>(page), 4096, MS_ASYNC), 0) << "the pixels are still mapped";
+}
+
+TEST(CairoUtil, SmallAndRefusedSurfacesAreCairosOwn) {
+  cairo_surface_t* small = newImageSurface(CAIRO_FORMAT_A8, 10, 10);
+  EXPECT_EQ(cairo_surface_status(small), CAIRO_STATUS_SUCCESS);
+  cairo_surface_destroy(small);
+  cairo_surface_t* refused = newImageSurface(CAIRO_FORMAT_ARGB32, 40000, 10);
+  EXPECT_NE(cairo_surface_status(refused), CAIRO_STATUS_SUCCESS);
+  cairo_surface_destroy(refused);
 }
 
 }  // namespace

@@ -1,10 +1,12 @@
 // Canvas: an owned cairo image surface and its context.
 //
 // A fresh cairo image surface is zero-filled by pixman's calloc, which already means transparent
-// for ARGB32 and black for RGB24, so a new canvas isn't painted. A large one may instead come from
-// the SurfacePool, already mapped: that one is cleared, which costs far less than fresh pages.
+// for ARGB32 and black for RGB24, so a new canvas isn't painted; its pages are faulted in by huge
+// pages where the kernel offers them. A large one may instead come from the SurfacePool, already
+// mapped: that one is cleared, which costs far less than fresh pages.
 #include "kit/image/canvas.h"
 
+#include "kit/image/cairo_util.h"
 #include "kit/image/surface_pool.h"
 #include "kit/util/vorno_error.h"
 
@@ -36,7 +38,7 @@ Canvas Canvas::make(int format, int width, int height) {
   if (!allocatable(width, height)) failAllocation(width, height, opaque);
   cairo_surface_t* surface = SurfacePool::take(format, width, height);
   const bool recycled = surface != nullptr;
-  if (!surface) surface = cairo_image_surface_create(static_cast<cairo_format_t>(format), width, height);
+  if (!surface) surface = newImageSurface(format, width, height);
   if (cairo_surface_status(surface) != CAIRO_STATUS_SUCCESS) {
     cairo_surface_destroy(surface);
     failAllocation(width, height, opaque);

@@ -1,5 +1,7 @@
 #include "kit/image/codecs.h"
 
+#include "kit/util/huge_pages.h"
+
 #include <libheif/heif.h>
 #include <fcntl.h>
 #include <sys/stat.h>
@@ -24,7 +26,7 @@ std::optional<RGBAPixels> RGBAPixels::allocate(uint64_t width, uint64_t height) 
   RGBAPixels pixels;
   pixels.width = static_cast<int>(width);
   pixels.height = static_cast<int>(height);
-  pixels.bytes.reset(static_cast<uint8_t*>(std::malloc(pixels.byteCount())));
+  pixels.bytes.reset(static_cast<uint8_t*>(HugePages::allocate(pixels.byteCount())));
   if (!pixels.bytes) return std::nullopt;
   return pixels;
 }

@@ -236,7 +236,7 @@ bool paint(cairo_t* cr, const RampGeometry& geometry, const std::vector<RGBColor
   }
   // An opaque bitmap lets pixman copy instead of blending.
   CairoSurfacePtr bitmap(
-      cairo_image_surface_create(opaque ? CAIRO_FORMAT_RGB24 : CAIRO_FORMAT_ARGB32, box.width, box.height));
+      newImageSurface(opaque ? CAIRO_FORMAT_RGB24 : CAIRO_FORMAT_ARGB32, box.width, box.height));
   if (cairo_surface_status(bitmap.get()) != CAIRO_STATUS_SUCCESS) return false;
   cairo_surface_flush(bitmap.get());
   fillRows(cairo_image_surface_get_data(bitmap.get()), cairo_image_surface_get_stride(bitmap.get()), box, walker,

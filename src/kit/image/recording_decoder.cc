@@ -6,6 +6,7 @@
 // each picture once, and a jump costs at most one key frame interval of decoding.
 #include "kit/image/recording_decoder.h"
 
+#include "kit/image/cairo_util.h"
 #include "kit/image/codecs.h"
 #include "kit/image/ffmpeg_log.h"
 #include "kit/util/vorno_error.h"
@@ -120,7 +121,7 @@ struct SurfaceDeleter {
 using Surface = std::unique_ptr<cairo_surface_t, SurfaceDeleter>;
 
 Surface opaqueSurface(int width, int height) {
-  Surface surface(cairo_image_surface_create(CAIRO_FORMAT_RGB24, width, height));
+  Surface surface(newImageSurface(CAIRO_FORMAT_RGB24, width, height));
   if (cairo_surface_status(surface.get()) != CAIRO_STATUS_SUCCESS) return nullptr;
   cairo_surface_flush(surface.get());
   return surface;

@@ -1,13 +1,15 @@
 #include "kit/image/scratch_buffers.h"
 
+#include "kit/util/huge_pages.h"
+
+#include <cstdlib>
 #include <mutex>
-#include <new>
 #include <vector>
 
 namespace vorno {
 
 struct ScratchBufferAccess {
-  static ScratchBuffer make(std::unique_ptr<uint8_t[]> bytes, size_t capacity, size_t size) {
+  static ScratchBuffer make(ScratchBuffer::Bytes bytes, size_t capacity, size_t size) {
     ScratchBuffer buffer;
     buffer.bytes_ = std::move(bytes);
     buffer.capacity_ = capacity;
@@ -19,7 +21,7 @@ struct ScratchBufferAccess {
 namespace {
 
 struct Kept {
-  std::unique_ptr<uint8_t[]> bytes;
+  ScratchBuffer::Bytes bytes;
   size_t capacity;
 };
 
@@ -34,7 +36,7 @@ Pool& pool() {
   return shared;
 }
 
-void giveBack(std::unique_ptr<uint8_t[]> bytes, size_t capacity) {
+void giveBack(ScratchBuffer::Bytes bytes, size_t capacity) {
   if (!bytes || capacity < ScratchBuffers::smallest) return;
   Pool& p = pool();
   std::lock_guard guard(p.lock);
@@ -61,6 +63,8 @@ ScratchBuffer& ScratchBuffer::operator=(ScratchBuffer&& other) noexcept {
   return *this;
 }
 
+void ScratchBuffer::Free::operator()(uint8_t* bytes) const { std::free(bytes); }
+
 ScratchBuffer::~ScratchBuffer() { giveBack(std::move(bytes_), capacity_); }
 
 namespace ScratchBuffers {
@@ -82,8 +86,8 @@ ScratchBuffer take(size_t bytes) {
       return ScratchBufferAccess::make(std::move(kept.bytes), kept.capacity, bytes);
     }
   }
-  // Default-initialised: no bytes are cleared that the caller will write anyway.
-  std::unique_ptr<uint8_t[]> fresh(new (std::nothrow) uint8_t[bytes ? bytes : 1]);
+  // Uninitialised: no bytes are cleared that the caller will write anyway.
+  ScratchBuffer::Bytes fresh(static_cast<uint8_t*>(HugePages::allocate(bytes)));
   if (!fresh) return {};
   return ScratchBufferAccess::make(std::move(fresh), bytes, bytes);
 }

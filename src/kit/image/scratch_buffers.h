@@ -21,6 +21,11 @@ namespace vorno {
 /// A byte buffer of at least the size asked for, given back to the pool when destroyed.
 class ScratchBuffer {
  public:
+  struct Free {
+    void operator()(uint8_t* bytes) const;
+  };
+  using Bytes = std::unique_ptr<uint8_t, Free>;
+
   ScratchBuffer() = default;
   ScratchBuffer(ScratchBuffer&& other) noexcept;
   ScratchBuffer& operator=(ScratchBuffer&& other) noexcept;
@@ -33,7 +38,7 @@ class ScratchBuffer {
 
  private:
   friend struct ScratchBufferAccess;
-  std::unique_ptr<uint8_t[]> bytes_;
+  Bytes bytes_;
   size_t capacity_ = 0, size_ = 0;
 };
 

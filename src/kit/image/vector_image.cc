@@ -2,6 +2,7 @@
 // several layers can rasterise vectors at once.
 #include "kit/image/vector_image.h"
 
+#include "kit/image/cairo_util.h"
 #include "kit/image/codecs.h"
 
 #include <cairo.h>
@@ -131,7 +132,7 @@ Image rasterize(const std::string& path, double scale) {
   int width = std::max(1, static_cast<int>(std::lround(natural.width * scale)));
   int height = std::max(1, static_cast<int>(std::lround(natural.height * scale)));
   if (!codecs::acceptableSize(uint64_t(width), uint64_t(height))) return {};
-  cairo_surface_t* surface = cairo_image_surface_create(CAIRO_FORMAT_ARGB32, width, height);
+  cairo_surface_t* surface = newImageSurface(CAIRO_FORMAT_ARGB32, width, height);
   if (cairo_surface_status(surface) != CAIRO_STATUS_SUCCESS) {
     cairo_surface_destroy(surface);
     return {};
