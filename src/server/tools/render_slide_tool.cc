@@ -11,6 +11,8 @@
 #include "server/tool_kit.h"
 #include "server/tools/render_tool_support.h"
 
+#include <future>
+
 namespace vorno {
 
 std::string RenderSlideTool::description() const {
@@ -57,11 +59,16 @@ std::vector<Content> RenderSlideTool::call(const Arguments& arguments, const Too
   FileName::check(locale, "Locale");
   FileName::check(look.variant.value_or("base"), "Variant id");
 
+  const int previewSide = previewSize(arguments, 1200);
   RenderOutput output = context.renderer.render(project, look.store.root().string(), *slide, target, locale, 1.0);
+  // The preview is made on a second thread while the picture is encoded and written: both only
+  // read its pixels, and the encoder alone is most of the call.
+  std::future<Content> preview =
+      std::async(std::launch::async, [&output, previewSide] { return previewImage(output.image, previewSide); });
   std::string file = writeRender(look.store, output.image, renderFileName(look.variant, {id, target.id, locale}));
 
   nlohmann::json out = {{"file", file}, {"report", output.report.toJSON()}};
-  return {previewImage(output.image, previewSize(arguments, 1200)), Content::json(out)};
+  return {preview.get(), Content::json(out)};
 }
 
 }  // namespace vorno
