@@ -25,12 +25,8 @@ std::optional<std::vector<StoreTarget>> requestedTargets(const ParsedArguments& 
   for (const auto& id : ids) {
     const StoreTarget* target = StoreTarget::named(id);
     if (!target) target = StoreTarget::canvas(id);
-    if (!target) {
-      std::string known;
-      for (const auto* list : {&StoreTarget::all(), &StoreTarget::canvases()})
-        for (const auto& each : *list) known += (known.empty() ? "" : ", ") + each.id;
-      throw UsageError("Unknown target " + id + ". Known: " + known);
-    }
+    if (!target)
+      throw UsageError("Unknown target " + id + ". Known: " + knownTargetIDs(KnownTargets::slotsAndCanvases));
     targets.push_back(*target);
   }
   return targets;

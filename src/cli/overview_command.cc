@@ -5,6 +5,7 @@
 #include "cli/render_paths.h"
 #include "kit/image/images.h"
 #include "kit/model/project.h"
+#include "kit/model/run_defaults.h"
 #include "kit/model/store_target.h"
 #include "kit/render/contact_sheet.h"
 #include "kit/render/slide_renderer.h"

@@ -9,9 +9,11 @@
 #include "cli/render_paths.h"
 #include "kit/image/images.h"
 #include "kit/model/project.h"
+#include "kit/model/run_defaults.h"
 #include "kit/model/store_target.h"
 #include "kit/motion/motion_renderer.h"
 #include "kit/render/creative_guides.h"
+#include "kit/render/layer_file_name.h"
 #include "kit/render/slide_renderer.h"
 #include "kit/store/file_project_store.h"
 #include "kit/util/atomic_write.h"
@@ -22,8 +24,6 @@
 #include "kit/util/write_paths.h"
 
 #include <nlohmann/json.hpp>
-#include <unicode/uchar.h>
-#include <unicode/utf8.h>
 
 #include <filesystem>
 #include <iostream>
@@ -31,37 +31,6 @@
 namespace vorno::cli {
 
 namespace fs = std::filesystem;
-
-const StoreTarget& slideTarget(const Project& project, const std::optional<std::string>& requested) {
-  std::optional<std::string> id = requested;
-  if (!id && !project.targets.empty()) id = project.targets.front();
-  if (!id) return StoreTarget::iphone69();
-  if (const StoreTarget* target = StoreTarget::named(*id)) return *target;
-  std::string known;
-  for (const auto& target : StoreTarget::all()) known += (known.empty() ? "" : ", ") + target.id;
-  throw UsageError("Unknown target. Known: " + known);
-}
-
-std::string runLocale(const Project& project, const std::optional<std::string>& requested) {
-  if (requested) return *requested;
-  return project.locales.empty() ? "en-US" : project.locales.front();
-}
-
-// "%02d-" of the layer's number, then its id with anything but letters, digits and "-" made "_".
-std::string layerFileName(size_t index, const std::string& id) {
-  // Letters and digits of any script are kept, as a person reads them ("Übersicht" stays).
-  std::string name = formatted("%02d-", static_cast<int>(index));
-  const auto* bytes = reinterpret_cast<const uint8_t*>(id.data());
-  int32_t length = static_cast<int32_t>(id.size());
-  for (int32_t i = 0; i < length;) {
-    int32_t start = i;
-    UChar32 c;
-    U8_NEXT(bytes, i, length, c);
-    bool kept = c >= 0 && (u_isalpha(c) || u_isdigit(c) || c == '-');
-    name += kept ? id.substr(static_cast<size_t>(start), static_cast<size_t>(i - start)) : "_";
-  }
-  return name + ".png";
-}
 
 namespace {
 

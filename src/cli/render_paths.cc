@@ -7,7 +7,9 @@
 // meant to lose.
 #include "cli/render_paths.h"
 
+#include "cli/command_spec.h"
 #include "kit/image/images.h"
+#include "kit/model/run_defaults.h"
 #include "kit/store/file_name.h"
 #include "kit/store/file_project_store.h"
 #include "kit/util/paths.h"
@@ -35,6 +37,12 @@ void checkOut(const fs::path& path) {
 }
 
 }  // namespace
+
+const StoreTarget& slideTarget(const Project& project, const std::optional<std::string>& requested) {
+  TargetChoice choice = defaultTarget(project, requested);
+  if (!choice.target) throw UsageError(choice.refusal());
+  return *choice.target;
+}
 
 fs::path outputPath(const std::optional<std::string>& out, const FileProjectStore& store, const std::string& name,
                     const std::vector<CheckedName>& names) {

@@ -1,5 +1,5 @@
-// What `render`, `overview` and `video` share: the target of a slide, the locale of a run, and
-// where a picture or video goes (--out as given, else the package's renders/ folder).
+// What `render`, `overview` and `video` share: the target of a slide, and where a picture or
+// video goes (--out as given, else the package's renders/ folder).
 #pragma once
 
 #include <filesystem>
@@ -17,10 +17,9 @@ class Image;
 
 namespace vorno::cli {
 
-/// --target, else the project's first target, else the 6.9" iPhone. Unknown: a usage error.
+/// The command line's wording of defaultTarget: --target, else the project's first known target,
+/// else the 6.9" iPhone. An unknown --target is a usage error. The locale is runLocale's.
 const StoreTarget& slideTarget(const Project& project, const std::optional<std::string>& requested);
-/// --locale, else the project's first locale, else "en-US".
-std::string runLocale(const Project& project, const std::optional<std::string>& requested);
 /// One of the ids or locales a default file name is made of, and what it is ("Slide id").
 struct CheckedName {
   std::string_view name;

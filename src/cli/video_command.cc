@@ -4,6 +4,7 @@
 #include "cli/commands.h"
 #include "cli/render_paths.h"
 #include "kit/model/project.h"
+#include "kit/model/run_defaults.h"
 #include "kit/store/file_project_store.h"
 #include "kit/util/format.h"
 #include "kit/util/paths.h"

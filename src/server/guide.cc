@@ -1,6 +1,7 @@
 #include "server/guide.h"
 
 #include "kit/layout/symbols.h"
+#include "kit/model/slide_element.h"
 #include "kit/model/store_target.h"
 #include "kit/util/read_file.h"
 #include "server/creative_docs.h"
@@ -36,8 +37,8 @@ const std::vector<GuideResource>& Guide::resources() {
        "How to design a screenshot set that converts, and the store rules Vorno enforces."},
       {"Store targets", "vorno://targets", "Every export target with exact sizes and limits."},
       {"Recipes", "vorno://recipes",
-       "Copy-ready JSON for components (rating, badge, award, review, stat, checklist, notification, callout), "
-       "panoramas, devices across screenshots, two-phone slides and logo lockups."}};
+       "Copy-ready JSON for components (" + ComponentSpec::kindNames(", ") +
+           "), panoramas, devices across screenshots, two-phone slides and logo lockups."}};
   return list;
 }
 

@@ -5,6 +5,7 @@
 #include <cstdlib>
 #include <fstream>
 
+#include "kit/model/slide_element.h"
 #include "kit/model/store_target.h"
 #include "kit/util/format.h"
 #include "mcp/mcp_error.h"
@@ -42,6 +43,18 @@ TEST(Guide, ResourcesAreListedInOrderAsMarkdown) {
   EXPECT_EQ(resources[1].name, "Store targets");
   EXPECT_EQ(resources[2].name, "Recipes");
   for (const auto& resource : resources) EXPECT_EQ(resource.mimeType, "text/markdown");
+}
+
+TEST(Guide, TextsThatTeachComponentsNameEveryKindOfTheCatalogue) {
+  EXPECT_TRUE(contains(Guide::resources()[2].description,
+                       "Copy-ready JSON for components (" + ComponentSpec::kindNames(", ") + "), panoramas"));
+  // The written guide and recipes are prose; a kind added to the catalogue must be taught there too.
+  const std::string guide = *Guide::text("vorno://guide");
+  const std::string recipes = *Guide::text("vorno://recipes");
+  for (std::string_view kind : EnumNames<ComponentSpec::Kind>::names) {
+    EXPECT_TRUE(contains(guide, "`" + std::string(kind) + "` (")) << kind;
+    EXPECT_TRUE(contains(recipes, "\"type\": \"" + std::string(kind) + "\"")) << kind;
+  }
 }
 
 TEST(Guide, ReadingTargetsListsEveryStoreTargetAndCanvas) {

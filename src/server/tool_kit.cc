@@ -4,8 +4,7 @@
 
 #include "kit/image/image.h"
 #include "kit/image/images.h"
-#include "kit/model/project.h"
-#include "kit/model/store_target.h"
+#include "kit/model/run_defaults.h"
 #include "kit/util/vorno_error.h"
 #include "server/arguments.h"
 
@@ -39,20 +38,13 @@ std::vector<Issue> issuesAbout(const std::vector<Issue>& issues, const std::stri
 }
 
 const StoreTarget& resolveTarget(const std::optional<std::string>& id, const Project& project) {
-  if (!id) {
-    if (!project.targets.empty())
-      if (const StoreTarget* first = StoreTarget::named(project.targets.front())) return *first;
-    return StoreTarget::iphone69();
-  }
-  if (const StoreTarget* target = StoreTarget::named(*id)) return *target;
-  std::string known;
-  for (const StoreTarget& target : StoreTarget::all()) known += (known.empty() ? "" : ", ") + target.id;
-  throw VornoError::invalid("Unknown target " + *id + ". Known: " + known);
+  TargetChoice choice = defaultTarget(project, id);
+  if (!choice.target) throw VornoError::invalid(choice.refusal());
+  return *choice.target;
 }
 
 std::string localeArgument(const Arguments& arguments, const Project& project) {
-  if (auto locale = arguments.string("locale")) return *locale;
-  return project.locales.empty() ? "en-US" : project.locales.front();
+  return runLocale(project, arguments.string("locale"));
 }
 
 std::string renderFileName(const std::optional<std::string>& variant, const std::vector<std::string>& parts) {

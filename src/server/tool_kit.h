@@ -30,10 +30,11 @@ nlohmann::json issuesJSON(const std::vector<Issue>& issues);
 /// Issues about one slide (or creative) id, in order.
 std::vector<Issue> issuesAbout(const std::vector<Issue>& issues, const std::string& slide);
 
-/// The target named `id`, else the project's first, else the 6.9-inch iPhone. An unknown id
-/// fails with "Unknown target <id>. Known: <ids>".
+/// The server's wording of defaultTarget: the target named `id`, else the project's first known
+/// one, else the 6.9-inch iPhone. An unknown id fails (invalid) with "Unknown target <id>. Known:
+/// <ids>".
 const StoreTarget& resolveTarget(const std::optional<std::string>& id, const Project& project);
-/// The `locale` argument, else the project's first locale, else "en-US".
+/// runLocale of the `locale` argument: it, else the project's first locale, else "en-US".
 std::string localeArgument(const Arguments& arguments, const Project& project);
 
 /// "<variant>__" when there is one, then the parts joined by "__", then ".png": the name of a

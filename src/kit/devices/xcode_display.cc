@@ -115,9 +115,10 @@ std::vector<XcodeDisplay> XcodeDisplay::all(plist_t capabilities, plist_t profil
 }
 
 plist_t readPropertyList(const std::string& path) {
+  // Not readRegularFile: this read stops at a size limit instead of taking the whole file.
+  // Device-type property lists are a few kilobytes; anything huge is not one of them.
   std::ifstream in(path, std::ios::binary);
   if (!in) return nullptr;
-  // Device-type property lists are a few kilobytes; anything huge is not one of them.
   constexpr size_t limit = 16 << 20;
   std::string bytes;
   char buffer[65536];

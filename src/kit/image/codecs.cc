@@ -83,22 +83,4 @@ bool isRegularFile(const std::string& path) {
   return ::stat(path.c_str(), &info) == 0 && S_ISREG(info.st_mode);
 }
 
-std::optional<std::vector<uint8_t>> readFile(const std::string& path) {
-  // Plain C reading: a folder or an unreadable file must be "no image", never an exception.
-  auto file = openRegular(path);
-  if (!file) return std::nullopt;
-  struct stat info {};
-  if (fstat(fileno(file.get()), &info) != 0) return std::nullopt;
-  std::vector<uint8_t> bytes;
-  bytes.reserve(static_cast<size_t>(info.st_size));
-  uint8_t chunk[1 << 16];
-  for (;;) {
-    size_t count = std::fread(chunk, 1, sizeof chunk, file.get());
-    bytes.insert(bytes.end(), chunk, chunk + count);
-    if (count < sizeof chunk) break;
-  }
-  if (std::ferror(file.get())) return std::nullopt;
-  return bytes;
-}
-
 }  // namespace vorno::codecs

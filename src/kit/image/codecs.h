@@ -79,7 +79,4 @@ std::unique_ptr<FILE, int (*)(FILE*)> openRegular(const std::string& path);
 /// and opening one could wait forever.
 bool isRegularFile(const std::string& path);
 
-/// The whole file; nothing for a missing file, a folder, a pipe, a device or a read error.
-std::optional<std::vector<uint8_t>> readFile(const std::string& path);
-
 }  // namespace vorno::codecs

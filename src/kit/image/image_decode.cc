@@ -2,6 +2,7 @@
 
 #include "kit/image/codecs.h"
 #include "kit/image/vector_image.h"
+#include "kit/util/read_file.h"
 
 #include <algorithm>
 #include <cstring>
@@ -28,9 +29,9 @@ std::optional<DecodedImage> decodeImageData(const uint8_t* data, size_t size) {
 }
 
 std::optional<DecodedImage> decodeImageFile(const std::string& path) {
-  auto bytes = codecs::readFile(path);
+  std::optional<std::string> bytes = readRegularFile(path);
   if (!bytes) return std::nullopt;
-  return decodeImageData(bytes->data(), bytes->size());
+  return decodeImageData(reinterpret_cast<const uint8_t*>(bytes->data()), bytes->size());
 }
 
 namespace {

@@ -6,6 +6,7 @@
 
 #include "kit/image/codecs.h"
 #include "kit/image/vector_image.h"
+#include "kit/util/read_file.h"
 #include "kit/util/vorno_error.h"
 
 #include <cairo.h>
@@ -77,8 +78,8 @@ Image load(const std::string& path) {
   if (path.empty() || !fileExists(path)) throw VornoError::notFound("Image not found: " + path);
   // A pipe or a device is never opened by name below (the vector readers would wait on it).
   if (!codecs::openRegular(path)) throw VornoError::invalid("Not a readable image: " + path);
-  if (auto bytes = codecs::readFile(path)) {
-    if (auto pixels = codecs::decode(bytes->data(), bytes->size())) {
+  if (std::optional<std::string> bytes = readRegularFile(path)) {
+    if (auto pixels = codecs::decode(reinterpret_cast<const uint8_t*>(bytes->data()), bytes->size())) {
       if (Image image = imageFromPixels(std::move(*pixels))) return image;
     }
   }

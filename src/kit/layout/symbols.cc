@@ -1,11 +1,11 @@
 #include "kit/layout/symbols.h"
 
 #include "kit/util/program_location.h"
+#include "kit/util/read_file.h"
 
 #include <algorithm>
 #include <cstdlib>
 #include <filesystem>
-#include <fstream>
 #include <tuple>
 
 namespace vorno {
@@ -23,9 +23,11 @@ bool isFile(const std::string& path) {
 
 SymbolTable SymbolTable::load(const std::string& tablePath, const std::vector<std::string>& iconFolders) {
   SymbolTable table;
-  std::ifstream in(tablePath);
-  std::string line;
-  while (std::getline(in, line)) {
+  // A missing or unreadable table is an empty one: every name then reads as unknown where it is used.
+  const std::string text = readRegularFile(tablePath).value_or("");
+  for (size_t start = 0, end = 0; start < text.size(); start = end + 1) {
+    end = std::min(text.find('\n', start), text.size());
+    std::string line = text.substr(start, end - start);
     if (!line.empty() && line.back() == '\r') line.pop_back();
     size_t tab = line.find('\t');
     // Blank lines and lines without a stem are skipped: a hand-edited table must not stop the

@@ -3,10 +3,12 @@
 #include "tests/temp_folder.h"
 
 #include <gtest/gtest.h>
+#include <sys/stat.h>
 
 #include <cstdlib>
 #include <filesystem>
 #include <fstream>
+#include <map>
 #include <sstream>
 
 namespace vorno::symbols_test {
@@ -148,6 +150,19 @@ TEST(Symbols, MissingTableGivesNothing) {
   SymbolTable table = SymbolTable::load("/nonexistent/symbols.tsv", {"/nonexistent"});
   EXPECT_TRUE(table.stems().empty());
   EXPECT_FALSE(table.resolves("bell"));
+}
+
+TEST(Symbols, TableWhoseLastLineHasNoLineBreakKeepsIt) {
+  testing::TempFolder share;
+  writeText(share.file("symbols.tsv"), "bell\tbell\nbell.fill\tbell-fill");
+  SymbolTable table = SymbolTable::load(share.file("symbols.tsv"), {});
+  EXPECT_EQ(table.stems(), (std::map<std::string, std::string, std::less<>>{{"bell", "bell"}, {"bell.fill", "bell-fill"}}));
+}
+
+TEST(Symbols, TableThatIsANamedPipeGivesNothingWithoutWaiting) {
+  testing::TempFolder share;
+  ASSERT_EQ(::mkfifo(share.file("symbols.tsv").c_str(), 0600), 0);
+  EXPECT_TRUE(SymbolTable::load(share.file("symbols.tsv"), {}).stems().empty());
 }
 
 }  // namespace

@@ -210,9 +210,6 @@ std::vector<Issue> Linter::motionIssues(const Motion& motion, const Creative& cr
 
 std::vector<Issue> Linter::creativeIssues(const Project& project) {
   std::vector<Issue> issues;
-  std::vector<std::string> canvasIDs;
-  for (const StoreTarget& canvas : StoreTarget::canvases()) canvasIDs.push_back(canvas.id);
-
   std::set<std::string> seen;
   for (const Creative& creative : project.creatives) {
     const std::string& id = creative.id();
@@ -225,7 +222,7 @@ std::vector<Issue> Linter::creativeIssues(const Project& project) {
     if (canvas == nullptr || !canvas->isCreative())
       add(Severity::error, "creative.canvas",
           "Creative " + id + " is on canvas " + creative.canvas + ", which Vorno doesn't know. Known: " +
-              joined(canvasIDs) + ".");
+              knownTargetIDs(KnownTargets::canvases) + ".");
     if (!seen.insert(id).second) add(Severity::error, "creative.duplicate-id", "Two creatives share the id " + id + ".");
     if (project.slide(id) != nullptr)
       add(Severity::error, "creative.id-taken", "Creative " + id + " has a slide's id. Give it its own, e.g. header or search.");

@@ -54,9 +54,8 @@ std::vector<const StoreTarget*> checkTargets(const Project& project, std::vector
       resolved.push_back(target);
       continue;
     }
-    std::vector<std::string> known;
-    for (const StoreTarget& target : StoreTarget::all()) known.push_back(target.id);
-    issues.push_back(issueFor(Severity::error, "target.unknown", "Unknown target " + id + ". Known: " + joined(known) + "."));
+    issues.push_back(issueFor(Severity::error, "target.unknown",
+                              "Unknown target " + id + ". Known: " + knownTargetIDs(KnownTargets::slots) + "."));
   }
   return resolved;
 }
@@ -112,10 +111,9 @@ void checkNames(const Project& project, std::vector<Issue>& issues) {
 
 // Rule 8. Canvas ids are fine on an element: one element may be meant for a creative only.
 void checkElementTargets(const Project& project, std::vector<Issue>& issues) {
-  std::vector<std::string> known;
-  for (const StoreTarget& target : StoreTarget::all()) known.push_back(target.id);
-  for (const StoreTarget& target : StoreTarget::canvases()) known.push_back(target.id);
-  const std::set<std::string> knownSet(known.begin(), known.end());
+  std::set<std::string> knownSet;
+  for (const StoreTarget& target : StoreTarget::all()) knownSet.insert(target.id);
+  for (const StoreTarget& target : StoreTarget::canvases()) knownSet.insert(target.id);
 
   auto check = [&](const std::string& board, const std::vector<SlideElement>& elements) {
     for (const SlideElement& element : elements) {
@@ -126,7 +124,7 @@ void checkElementTargets(const Project& project, std::vector<Issue>& issues) {
       if (unknown.empty()) continue;
       issues.push_back(issueFor(Severity::warning, "element.targets",
                                 element.id + " is limited to targets that don't exist: " + joined(unknown) +
-                                    ". Known: " + joined(known) + ".",
+                                    ". Known: " + knownTargetIDs(KnownTargets::slotsAndCanvases) + ".",
                                 &board));
     }
   };

@@ -15,17 +15,16 @@
 
 #include "kit/model/store_target.h"
 #include "kit/image/image_decode.h"
+#include "kit/util/read_file.h"
 
 #include <libdeflate.h>
 #include <spng.h>
 
-#include <algorithm>
-#include <cstdio>
-#include <fstream>
-#include <vector>
 #include <memory>
 #include <optional>
 #include <string>
+#include <string_view>
+#include <vector>
 
 namespace vorno {
 namespace {
@@ -36,24 +35,18 @@ struct ImageInfo {
   bool hasAlpha = false;
 };
 
-struct FileCloser {
-  void operator()(std::FILE* file) const { std::fclose(file); }
-};
-
-bool hasPNGSignature(std::FILE* file) {
-  static const unsigned char signature[8] = {0x89, 'P', 'N', 'G', '\r', '\n', 0x1A, '\n'};
-  unsigned char head[8];
-  if (std::fread(head, 1, sizeof head, file) != sizeof head) return false;
-  return std::equal(head, head + 8, signature);
+bool hasPNGSignature(std::string_view bytes) {
+  constexpr std::string_view signature("\x89PNG\r\n\x1a\n", 8);
+  return bytes.substr(0, signature.size()) == signature;
 }
 
-std::optional<ImageInfo> readPNGInfo(std::FILE* file) {
+std::optional<ImageInfo> readPNGInfo(std::string_view bytes) {
   std::unique_ptr<spng_ctx, decltype(&spng_ctx_free)> context(spng_ctx_new(0), &spng_ctx_free);
   if (!context) return std::nullopt;
   spng_ctx* ctx = context.get();
   // Text and profile chunks before the pixels are skipped, not held; cap what they may ask for.
   if (spng_set_chunk_limits(ctx, 64u << 20, 64u << 20) != 0) return std::nullopt;
-  if (spng_set_png_file(ctx, file) != 0) return std::nullopt;
+  if (spng_set_png_buffer(ctx, bytes.data(), bytes.size()) != 0) return std::nullopt;
   spng_ihdr header{};
   if (spng_get_ihdr(ctx, &header) != 0 || header.width == 0 || header.height == 0) return std::nullopt;
 
@@ -76,20 +69,17 @@ uint32_t bigEndian32(const uint8_t* p) {
   return uint32_t(p[0]) << 24 | uint32_t(p[1]) << 16 | uint32_t(p[2]) << 8 | uint32_t(p[3]);
 }
 
-// Whether the PNG at `path` is whole: signature, IHDR first, every chunk complete and its CRC
+// Whether the PNG in `file` is whole: signature, IHDR first, every chunk complete and its CRC
 // right, at least one IDAT, and IEND last with nothing after it.
-bool pngIsWhole(const std::string& path) {
-  std::ifstream in(path, std::ios::binary | std::ios::ate);
-  const std::streamoff size = in.tellg();
-  if (!in || size < 8) return false;
-  std::vector<uint8_t> bytes(static_cast<size_t>(size));
-  in.seekg(0);
-  if (!in.read(reinterpret_cast<char*>(bytes.data()), size)) return false;
+bool pngIsWhole(std::string_view file) {
+  if (file.size() < 8) return false;
+  const auto* bytes = reinterpret_cast<const uint8_t*>(file.data());
+  const size_t size = file.size();
   size_t at = 8;  // after the signature, which the caller has seen
   bool first = true, sawData = false;
-  while (at + 12 <= bytes.size()) {
+  while (at + 12 <= size) {
     const size_t length = bigEndian32(&bytes[at]);
-    if (length > bytes.size() - at - 12) return false;  // the chunk runs past the end
+    if (length > size - at - 12) return false;  // the chunk runs past the end
     const uint8_t* type = &bytes[at + 4];
     const uint32_t crc = bigEndian32(&bytes[at + 8 + length]);
     if (libdeflate_crc32(0, type, length + 4) != crc) return false;
@@ -98,22 +88,23 @@ bool pngIsWhole(const std::string& path) {
     first = false;
     sawData = sawData || name == "IDAT";
     at += 12 + length;
-    if (name == "IEND") return sawData && at == bytes.size();
+    if (name == "IEND") return sawData && at == size;
   }
   return false;  // no end chunk
 }
 
 std::optional<ImageInfo> readImageInfo(const std::string& path) {
-  std::unique_ptr<std::FILE, FileCloser> file(std::fopen(path.c_str(), "rb"));
-  if (!file) return std::nullopt;
-  if (hasPNGSignature(file.get())) {
-    std::rewind(file.get());
-    std::optional<ImageInfo> info = readPNGInfo(file.get());
-    if (info && !pngIsWhole(path)) return std::nullopt;
+  // One read of the whole file serves the header, the walk over the chunks and, for another
+  // format, the decode; a pipe or a device is no asset and is never opened for reading.
+  std::optional<std::string> bytes = readRegularFile(path);
+  if (!bytes) return std::nullopt;
+  if (hasPNGSignature(*bytes)) {
+    std::optional<ImageInfo> info = readPNGInfo(*bytes);
+    if (info && !pngIsWhole(*bytes)) return std::nullopt;
     return info;
   }
-  file.reset();
-  std::optional<DecodedImage> image = decodeImageFile(path);
+  std::optional<DecodedImage> image =
+      decodeImageData(reinterpret_cast<const uint8_t*>(bytes->data()), bytes->size());
   if (!image) return std::nullopt;
   return ImageInfo{image->width, image->height, false};
 }

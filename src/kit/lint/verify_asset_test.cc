@@ -7,6 +7,7 @@
 
 #include <gtest/gtest.h>
 #include <spng.h>
+#include <sys/stat.h>
 #include <unistd.h>
 
 #include <atomic>
@@ -163,6 +164,17 @@ TEST(VerifyAsset, FileThatIsNoImageIsUnreadable) {
   std::string empty = folder.file("empty.png");
   writeBytes(empty, {});
   EXPECT_EQ(codes(Linter::verifyAsset(empty, smallSlot())), std::vector<std::string>{"asset.unreadable"});
+}
+
+TEST(VerifyAsset, NamedPipeOrFolderIsUnreadableAndNeverOpenedForReading) {
+  // A pipe with no writer would hold a reader that opened it forever; it is refused by its kind.
+  TempFolder folder;
+  std::string pipe = folder.file("slide.png");
+  ASSERT_EQ(::mkfifo(pipe.c_str(), 0600), 0);
+  EXPECT_EQ(codes(Linter::verifyAsset(pipe, smallSlot())), std::vector<std::string>{"asset.unreadable"});
+  fs::create_directories(folder.path() / "folder.png");
+  EXPECT_EQ(codes(Linter::verifyAsset(folder.file("folder.png"), smallSlot())),
+            std::vector<std::string>{"asset.unreadable"});
 }
 
 TEST(VerifyAsset, PNGCutOffBeforeItsPixelsIsUnreadable) {

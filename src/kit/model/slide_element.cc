@@ -121,6 +121,15 @@ std::string_view ComponentSpec::summary(Kind kind) {
   return {};
 }
 
+std::string ComponentSpec::kindNames(std::string_view separator) {
+  std::string text;
+  for (std::string_view name : EnumNames<Kind>::names) {
+    if (!text.empty()) text += separator;
+    text += name;
+  }
+  return text;
+}
+
 // JSON forms.
 
 CropRect Coding<CropRect>::read(const Reader& r) {

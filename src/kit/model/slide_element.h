@@ -96,6 +96,9 @@ struct ComponentSpec {
   static ComponentSpec starter(Kind kind, const std::string& locale);
   /// A short label of a kind, for a library of components.
   static std::string_view summary(Kind kind);
+  /// Every kind's name in the catalogue's order, joined by `separator` ("rating | badge | ..."),
+  /// for the texts that teach the kinds: a new kind is listed there by its name alone.
+  static std::string kindNames(std::string_view separator);
 };
 
 /// A free element on a slide or a spread. `id` and `kind` are always there; which of the other

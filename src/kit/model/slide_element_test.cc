@@ -147,6 +147,12 @@ TEST(DeviceSlot, ScreenshotIsRequiredAndOthersAreSparse) {
 
 LocalizedText in(const std::string& locale, const std::string& text) { return LocalizedText{{{locale, text}}}; }
 
+TEST(ComponentSpec, KindNamesAreTheCatalogueInOrder) {
+  EXPECT_EQ(ComponentSpec::kindNames(", "), "rating, badge, award, review, stat, checklist, notification, callout");
+  EXPECT_EQ(ComponentSpec::kindNames(" | "),
+            "rating | badge | award | review | stat | checklist | notification | callout");
+}
+
 TEST(ComponentSpec, StarterRating) {
   auto spec = ComponentSpec::starter(ComponentSpec::Kind::rating, "de-DE");
   ComponentSpec expected;

@@ -103,4 +103,14 @@ const StoreTarget& StoreTarget::appStoreHeader() { return canvases()[0]; }
 const StoreTarget& StoreTarget::appStoreSearch() { return canvases()[1]; }
 const StoreTarget& StoreTarget::appStoreUniversal() { return canvases()[2]; }
 
+std::string knownTargetIDs(KnownTargets which) {
+  std::string text;
+  auto add = [&text](const std::vector<StoreTarget>& list) {
+    for (const StoreTarget& target : list) text += (text.empty() ? "" : ", ") + target.id;
+  };
+  if (which != KnownTargets::canvases) add(StoreTarget::all());
+  if (which != KnownTargets::slots) add(StoreTarget::canvases());
+  return text;
+}
+
 }  // namespace vorno

@@ -82,4 +82,11 @@ struct StoreTarget {
   static const StoreTarget& appStoreUniversal();
 };
 
+/// Which of the catalogue's lists a sentence about an unknown id offers instead.
+enum class KnownTargets { slots, canvases, slotsAndCanvases };
+
+/// The ids of that list in catalogue order, joined by ", ": what follows "Known: " (or "Use one
+/// of: ") wherever an id the catalogue doesn't have is refused or reported.
+std::string knownTargetIDs(KnownTargets which = KnownTargets::slots);
+
 }  // namespace vorno

@@ -28,6 +28,16 @@ TEST(StoreTarget, UnknownIdGivesNothing) {
   EXPECT_EQ(StoreTarget::any(""), nullptr);
 }
 
+TEST(KnownTargetIDs, EachListInCatalogueOrderJoinedByCommas) {
+  const std::string slots =
+      "ios.iphone-6.9, ios.iphone-6.5, ios.iphone-duo, ios.ipad-13, play.phone, play.tablet-7, play.tablet-10";
+  const std::string canvases = "ios.header, ios.search-results, ios.universal";
+  EXPECT_EQ(knownTargetIDs(), slots);
+  EXPECT_EQ(knownTargetIDs(KnownTargets::slots), slots);
+  EXPECT_EQ(knownTargetIDs(KnownTargets::canvases), canvases);
+  EXPECT_EQ(knownTargetIDs(KnownTargets::slotsAndCanvases), slots + ", " + canvases);
+}
+
 TEST(StoreTarget, TextUnitOfPhoneIsFromHeight) {
   EXPECT_DOUBLE_EQ(StoreTarget::named("ios.iphone-6.9")->textUnit(), 1319.28);
 }

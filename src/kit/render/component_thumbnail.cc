@@ -5,7 +5,7 @@
 #include "kit/image/canvas.h"
 #include "kit/image/fill_painter.h"
 #include "kit/layout/component_layout.h"
-#include "kit/layout/component_painter.h"
+#include "kit/render/component_painter.h"
 #include "kit/model/theme.h"
 #include "kit/util/vorno_error.h"
 

@@ -13,7 +13,7 @@
 #include "kit/image/canvas.h"
 #include "kit/image/fill_painter.h"
 #include "kit/image/image_cache.h"
-#include "kit/layout/component_painter.h"
+#include "kit/render/component_painter.h"
 #include "kit/render/image_drawing.h"
 #include "kit/render/layer_bounds.h"
 #include "kit/render/shadow.h"

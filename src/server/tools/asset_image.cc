@@ -3,6 +3,7 @@
 #include "kit/image/codecs.h"
 #include "kit/image/images.h"
 #include "kit/util/format.h"
+#include "kit/util/read_file.h"
 #include "kit/util/vorno_error.h"
 
 namespace vorno::AssetImage {
@@ -17,8 +18,8 @@ Size check(const std::string& path, const std::string& name) {
                               " px on a side and " +
                               std::to_string(codecs::maximumPixels / 1'000'000) + " million pixels in all. Scale it down and add it again.");
   // Decoding is the one way to know that every row is there; what it costs, a render would pay.
-  std::optional<std::vector<uint8_t>> bytes = codecs::readFile(path);
-  if (!bytes || !codecs::decode(bytes->data(), bytes->size()))
+  std::optional<std::string> bytes = readRegularFile(path);
+  if (!bytes || !codecs::decode(reinterpret_cast<const uint8_t*>(bytes->data()), bytes->size()))
     throw VornoError::invalid(name + " can't be decoded: the file is cut short or damaged. Save the image again "
                                      "and add the new file.");
   return *size;

@@ -15,6 +15,7 @@
 #include "kit/image/images.h"
 #include "kit/image/vector_image.h"
 #include "kit/model/project.h"
+#include "kit/text/font_file_info.h"
 #include "kit/util/atomic_write.h"
 #include "kit/util/format.h"
 #include "kit/util/vorno_error.h"
@@ -22,7 +23,6 @@
 #include "server/schema.h"
 #include "server/tool_context.h"
 #include "server/tools.h"
-#include "server/tools/asset_font.h"
 #include "server/tools/asset_image.h"
 
 namespace vorno {
@@ -182,7 +182,7 @@ class AssetAddTool final : public Tool {
     std::optional<std::string> given = arguments.string("source_path");
     if (!given || given->empty()) throw VornoError::invalid("Fonts need source_path: a .ttf or .otf file.");
     fs::path source = existingFile(context, *given);
-    std::optional<AssetFont::Faces> faces = AssetFont::read(source.string());
+    std::optional<FontFileInfo> faces = FontFileInfo::read(source.string());
     if (!faces) throw VornoError::invalid(name + " isn't a readable font.");
     copyFileBelow(source, store.root(), fs::path("fonts") / name);
 

@@ -68,11 +68,9 @@ class CreativeUpsertTool final : public Tool {
 
     Project saved = store.modify([&](Project& project) {
       if (project.slide(id)) throw VornoError::invalid(id + " is a slide's id. Give the creative its own, e.g. header or search.");
-      if (!StoreTarget::canvas(creative->canvas)) {
-        std::vector<std::string> known;
-        for (const StoreTarget& canvas : StoreTarget::canvases()) known.push_back(canvas.id);
-        throw VornoError::invalid("Unknown canvas " + creative->canvas + ". Use one of: " + joinedIDs(known) + ".");
-      }
+      if (!StoreTarget::canvas(creative->canvas))
+        throw VornoError::invalid("Unknown canvas " + creative->canvas +
+                                  ". Use one of: " + knownTargetIDs(KnownTargets::canvases) + ".");
       project.upsert(*creative);
       return project;
     });

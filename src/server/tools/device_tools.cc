@@ -14,6 +14,7 @@
 #include "kit/util/vorno_error.h"
 #include "server/schema.h"
 #include "server/tool_context.h"
+#include "server/tool_kit.h"
 #include "server/tools.h"
 
 namespace vorno {
@@ -55,12 +56,6 @@ std::optional<Platform> platformArgument(const Arguments& arguments) {
   std::optional<Platform> platform = enumCase<Platform>(*given);
   if (!platform) throw VornoError::invalid("platform must be ios or android.");
   return platform;
-}
-
-/// The locale argument, else the project's first, else en-US.
-std::string localeArgument(const Arguments& arguments, const Project& project) {
-  if (std::optional<std::string> locale = arguments.string("locale")) return *locale;
-  return project.locales.empty() ? "en-US" : project.locales.front();
 }
 
 /// "iOS-26-0" as "iOS 26.0"; a runtime of another form as it stands.

@@ -37,12 +37,6 @@ std::string joined(const std::vector<std::string>& parts, const std::string& sep
   return text;
 }
 
-std::string knownTargetIDs() {
-  std::vector<std::string> ids;
-  for (const StoreTarget& target : StoreTarget::all()) ids.push_back(target.id);
-  return joined(ids, ", ");
-}
-
 // Shared by project_create and project_update, so that both teach the same theme.
 const std::string& themeDescription() {
   static const std::string text =

@@ -99,12 +99,9 @@ std::vector<Content> RenderCreativeTool::call(const Arguments& arguments, const 
                                joinedIDs(ids, "none: add one with creative_upsert") + ".");
   }
   const StoreTarget* canvas = StoreTarget::canvas(creative->canvas);
-  if (!canvas) {
-    std::vector<std::string> known;
-    for (const StoreTarget& each : StoreTarget::canvases()) known.push_back(each.id);
+  if (!canvas)
     throw VornoError::invalid("Creative " + id + " is on canvas " + creative->canvas +
-                              ", which Vorno doesn't know. Known: " + joinedIDs(known) + ".");
-  }
+                              ", which Vorno doesn't know. Known: " + knownTargetIDs(KnownTargets::canvases) + ".");
 
   std::string locale = localeArgument(arguments, project);
   FileName::check(id, "Creative id");

@@ -4,6 +4,7 @@
 
 #include "kit/lint/linter.h"
 #include "kit/model/store_target.h"
+#include "kit/render/seam_markers.h"
 #include "kit/render/slide_renderer.h"
 #include "kit/store/file_name.h"
 #include "kit/util/vorno_error.h"
@@ -11,7 +12,6 @@
 #include "server/tool_context.h"
 #include "server/tool_kit.h"
 #include "server/tools/render_tool_support.h"
-#include "server/tools/seam_markers.h"
 
 namespace vorno {
 

@@ -10,6 +10,7 @@
 
 #include "kit/lint/schema_check.h"
 #include "kit/model/project.h"
+#include "kit/model/slide_element.h"
 #include "kit/store/file_project_store.h"
 #include "server/tool_test_support.h"
 #include "server/tools/slide_upsert_description.h"
@@ -169,6 +170,10 @@ TEST(SlideUpsertTool, SeventyEmojiIdFailsAndWritesNothing) {
   EXPECT_EQ(result.text(), "Slide id \"" + seventyEmoji() +
                                "\" can't be used in a file name: use letters, digits, - and _ (no /, no leading dot).");
   EXPECT_EQ(slurp(fs::path(package) / "project.json"), before);
+}
+
+TEST(SlideUpsertTool, DescriptionListsTheComponentKindsOfTheCatalogue) {
+  EXPECT_NE(slideUpsertDescription().find("// type: " + ComponentSpec::kindNames(" | ") + "\n"), std::string::npos);
 }
 
 TEST(SlideUpsertTool, DescriptionNamesEveryFieldOfTheSlideDocument) {

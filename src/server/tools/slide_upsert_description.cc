@@ -1,5 +1,7 @@
 #include "server/tools/slide_upsert_description.h"
 
+#include "kit/model/slide_element.h"
+
 namespace vorno {
 
 // One text, written for an agent that has never seen a slide: a sample of every field with a
@@ -95,7 +97,7 @@ Shapes:
 
 Components ("component" of a component element):
 {"type": "rating", "style": "light", "title": "Loved by our users", "value": 4.9}
-                                       // type: rating | badge | award | review | stat | checklist | notification | callout
+                                       // type: )TEXT" + ComponentSpec::kindNames(" | ") + R"TEXT(
                                        // style: light | dark | accent | clear
 {"type": "review", "title": "Finally an app that keeps up with my day.", "subtitle": "Ana, a happy user", "value": 5}
 {"type": "checklist", "items": ["Plan the day", "Send quotes", "Get paid sooner"]}

@@ -2,7 +2,7 @@
 // y down) to the target rectangle, then paints each part with plain cairo fills. The star, the
 // laurel, the tick and the tail are our own paths; text goes through the text engine, symbols
 // through their SVG icon tinted with the part's colour, images through the shared image cache.
-#include "kit/layout/component_painter.h"
+#include "kit/render/component_painter.h"
 
 #include "kit/image/cairo_util.h"
 #include "kit/image/image_cache.h"

@@ -1,4 +1,4 @@
-#include "kit/layout/component_painter.h"
+#include "kit/render/component_painter.h"
 
 #include "kit/image/cairo_util.h"
 #include "kit/layout/component_layout.h"

@@ -1,4 +1,4 @@
-#include "server/tools/seam_markers.h"
+#include "kit/render/seam_markers.h"
 
 #include <cairo.h>
 

@@ -1,11 +1,11 @@
-#include "server/tools/asset_font.h"
+#include "kit/text/font_file_info.h"
 
 #include <fontconfig/fontconfig.h>
 
 #include <algorithm>
 #include <memory>
 
-namespace vorno::AssetFont {
+namespace vorno {
 
 namespace {
 
@@ -17,14 +17,14 @@ std::optional<std::string> firstString(FcPattern* pattern, const char* object) {
 
 }  // namespace
 
-std::optional<Faces> read(const std::string& path) {
+std::optional<FontFileInfo> FontFileInfo::read(const std::string& path) {
   std::unique_ptr<FcFontSet, decltype(&FcFontSetDestroy)> set(FcFontSetCreate(), &FcFontSetDestroy);
   if (!set) return std::nullopt;
   // Every face of the file, and every named instance of a variable font (an id of -1 asks for all).
   int faces = 0;
   FcFreeTypeQueryAll(reinterpret_cast<const FcChar8*>(path.c_str()), static_cast<unsigned int>(-1), nullptr, &faces,
                      set.get());
-  Faces result;
+  FontFileInfo result;
   for (int i = 0; i < set->nfont; ++i) {
     FcPattern* pattern = set->fonts[i];
     // The first family is the typographic one ("Inter" rather than "Inter Semi Bold"): the name
@@ -41,4 +41,4 @@ std::optional<Faces> read(const std::string& path) {
   return result;
 }
 
-}  // namespace vorno::AssetFont
+}  // namespace vorno
