@@ -1,6 +1,7 @@
 #include "kit/capture/adb.h"
 
 #include "kit/util/atomic_write.h"
+#include "kit/util/format.h"
 #include "kit/util/paths.h"
 #include "kit/util/shell.h"
 #include "kit/util/vorno_error.h"
@@ -25,12 +26,6 @@ constexpr int kCommandLimit = 30;
 constexpr CaptureClock::Seconds kBootWait{240};
 constexpr CaptureClock::Seconds kBootPoll{2};
 
-std::string trimmed(const std::string& text) {
-  size_t begin = text.find_first_not_of(" \t\r\n\f\v");
-  if (begin == std::string::npos) return "";
-  return text.substr(begin, text.find_last_not_of(" \t\r\n\f\v") - begin + 1);
-}
-
 std::vector<std::string> linesOf(const std::string& text) {
   std::vector<std::string> lines;
   std::istringstream in(text);
@@ -43,12 +38,6 @@ std::vector<std::string> wordsOf(const std::string& line) {
   std::istringstream in(line);
   for (std::string word; in >> word;) words.push_back(word);
   return words;
-}
-
-std::string joined(const std::vector<std::string>& items) {
-  std::string text;
-  for (const auto& item : items) text += (text.empty() ? "" : ", ") + item;
-  return text;
 }
 
 std::string displayNames(const std::vector<Adb::Device>& devices) {

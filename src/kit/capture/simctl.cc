@@ -5,6 +5,7 @@
 #include "kit/image/images.h"
 #include "kit/util/atomic_write.h"
 #include "kit/util/child_process.h"
+#include "kit/util/format.h"
 #include "kit/util/shell.h"
 #include "kit/util/vorno_error.h"
 
@@ -32,12 +33,6 @@ std::string joinedNames(const std::vector<Simctl::Device>& devices) {
   std::string text;
   for (const auto& device : devices) text += (text.empty() ? "" : ", ") + device.name;
   return text;
-}
-
-std::string trimmed(const std::string& text) {
-  size_t begin = text.find_first_not_of(" \t\r\n");
-  if (begin == std::string::npos) return "";
-  return text.substr(begin, text.find_last_not_of(" \t\r\n") - begin + 1);
 }
 
 bool startsWith(const std::string& text, std::string_view prefix) { return text.rfind(prefix, 0) == 0; }

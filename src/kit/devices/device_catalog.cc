@@ -27,8 +27,6 @@ struct PlistDeleter {
 };
 using PlistPtr = std::unique_ptr<void, PlistDeleter>;
 
-bool isDictionary(plist_t node) { return node && plist_get_node_type(node) == PLIST_DICT; }
-
 // The profile's product families (1 phone, 2 tablet); empty unless it is a list of whole numbers.
 std::vector<int64_t> productFamilies(plist_t profile) {
   std::vector<int64_t> out;
@@ -53,7 +51,7 @@ std::vector<int64_t> productFamilies(plist_t profile) {
   return out;
 }
 
-std::optional<bool> boolean(plist_t dictionary, const char* key) {
+std::optional<bool> booleanItem(plist_t dictionary, const char* key) {
   if (!isDictionary(dictionary)) return std::nullopt;
   plist_t node = plist_dict_get_item(dictionary, key);
   if (!node || plist_get_node_type(node) != PLIST_BOOLEAN) return std::nullopt;
@@ -202,7 +200,7 @@ std::vector<DeviceFrame> DeviceCatalog::xcodeFrames(const std::string& name, con
   std::vector<int64_t> families = productFamilies(profile.get());
 
   FrameSpec spec = bundleSpec;
-  if (auto island = boolean(capabilities, "DeviceSupportsDynamicIsland")) {
+  if (auto island = booleanItem(capabilities, "DeviceSupportsDynamicIsland")) {
     if (!*island) {
       spec.island.reset();
     } else if (!spec.island) {

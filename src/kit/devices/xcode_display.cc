@@ -10,8 +10,6 @@
 namespace vorno {
 namespace {
 
-bool isDictionary(plist_t node) { return node && plist_get_node_type(node) == PLIST_DICT; }
-
 plist_t item(plist_t dictionary, const char* key) {
   return isDictionary(dictionary) ? plist_dict_get_item(dictionary, key) : nullptr;
 }
@@ -113,6 +111,8 @@ std::vector<XcodeDisplay> XcodeDisplay::all(plist_t capabilities, plist_t profil
   out.push_back(std::move(display));
   return out;
 }
+
+bool isDictionary(plist_t node) { return node && plist_get_node_type(node) == PLIST_DICT; }
 
 plist_t readPropertyList(const std::string& path) {
   // Not readRegularFile: this read stops at a size limit instead of taking the whole file.

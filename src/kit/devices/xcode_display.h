@@ -34,4 +34,7 @@ struct XcodeDisplay {
 /// frees the result with plist_free.
 plist_t readPropertyList(const std::string& path);
 
+/// Whether `node` is a dictionary (not null, not another kind of node).
+bool isDictionary(plist_t node);
+
 }  // namespace vorno

@@ -36,12 +36,6 @@ constexpr double stampSlack = 0.00005;
 constexpr double forwardLimit = 1.0;
 constexpr double seekCost = 1e9;
 
-std::string errorText(int code) {
-  char text[AV_ERROR_MAX_STRING_SIZE] = {};
-  if (av_strerror(code, text, sizeof text) < 0 || !text[0]) return "unknown error";
-  return text;
-}
-
 VornoError readError(const std::string& reason) {
   return VornoError::io("Couldn't read a frame of the recording: " + reason);
 }
@@ -231,7 +225,7 @@ struct RecordingDecoder::State {
       if (!haveLatest) throw readError("the recording has no pictures");
       return false;
     }
-    if (received < 0) throw readError(errorText(received));
+    if (received < 0) throw readError(ffmpegErrorText(received));
     haveLatest = true;
     return true;
   }
@@ -239,7 +233,7 @@ struct RecordingDecoder::State {
   void seek(int64_t target) {
     int status = av_seek_frame(format, stream->index, std::max(target, start), AVSEEK_FLAG_BACKWARD);
     if (status < 0) status = av_seek_frame(format, stream->index, start, AVSEEK_FLAG_BACKWARD | AVSEEK_FLAG_ANY);
-    if (status < 0) throw readError(errorText(status));
+    if (status < 0) throw readError(ffmpegErrorText(status));
     avcodec_flush_buffers(codec);
     av_frame_unref(previous);
     av_frame_unref(latest);

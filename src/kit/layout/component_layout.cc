@@ -131,7 +131,7 @@ class Setter {
   const TextMeasurer& measure_;
 };
 
-std::string formatted(double value) {
+std::string valueText(double value) {
   char buffer[32];
   auto [end, ec] = std::to_chars(buffer, buffer + sizeof buffer, value, std::chars_format::fixed, 1);
   return ec == std::errc() ? std::string(buffer, end) : std::string("0.0");
@@ -156,7 +156,7 @@ D rating(const ComponentSpec& spec, const Palette& p, const Setter& set, std::st
   d.parts.push_back(D::Stars{{inset, 115 - 46, 516, 92}, value, ComponentLayout::gold(),
                              withAlpha(ComponentLayout::gold(), 0.28)});
   double x = inset + 516;
-  if (spec.value) x = lineAt(d, set, set.spec(formatted(value), 100, FontWeight::bold, p.main, TextAlign::left, 1.18), x + 50);
+  if (spec.value) x = lineAt(d, set, set.spec(valueText(value), 100, FontWeight::bold, p.main, TextAlign::left, 1.18), x + 50);
   if (auto title = resolved(spec.title, locale))
     x = lineAt(d, set, set.spec(*title, 100, FontWeight::semibold, p.secondary, TextAlign::left), x + (spec.value ? 42 : 50));
   d.size = {x + inset, 230};

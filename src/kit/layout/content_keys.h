@@ -4,6 +4,7 @@
 #pragma once
 
 #include "kit/model/color.h"
+#include "kit/model/enum_names.h"
 #include "kit/model/fill.h"
 
 #include <optional>
@@ -15,5 +16,10 @@ std::string number(double value);
 std::string number(const std::optional<double>& value);
 std::string color(const std::optional<RGBColor>& color);
 std::string fill(const std::optional<Fill>& fill);
+/// An enum by its raw value, as the document writes it.
+template <class E>
+std::string name(E value) {
+  return std::string(rawValue(value));
+}
 
 }  // namespace vorno::ContentKeys

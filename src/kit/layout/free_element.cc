@@ -26,10 +26,7 @@ namespace fs = std::filesystem;
 using ContentKeys::number;
 using ContentKeys::fill;
 
-template <class E>
-std::string name(E value) {
-  return std::string(EnumNames<E>::names[static_cast<size_t>(value)]);
-}
+using ContentKeys::name;
 
 std::string shadowStyleKey(const std::optional<ShadowStyle>& s) {
   if (!s) return "";

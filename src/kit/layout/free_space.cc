@@ -9,8 +9,6 @@ namespace vorno {
 
 namespace {
 
-double area(const Rect& r) { return r.isEmpty() ? 0 : r.width * r.height; }
-
 Rect centred(Point c, Size s) { return {c.x - s.width / 2, c.y - s.height / 2, s.width, s.height}; }
 
 // A soft light or shade: it may lie under anything, and anything may lie on it.
@@ -43,9 +41,9 @@ void FreeSpace::occupy(const Rect& frame) { taken_.push_back(frame.outsetBy(pad_
 
 double FreeSpace::covered(const Rect& frame) const {
   double total = 0;
-  for (const Rect& r : taken_) total += area(frame.intersection(r));
+  for (const Rect& r : taken_) total += frame.intersection(r).area();
   // Past the margins counts too, so the fallback keeps the element on the canvas.
-  return total + area(frame) - area(frame.intersection(inner_));
+  return total + frame.area() - frame.intersection(inner_).area();
 }
 
 std::vector<Point> FreeSpace::candidates(Size size) const {

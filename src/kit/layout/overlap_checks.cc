@@ -13,8 +13,6 @@ namespace vorno {
 
 namespace {
 
-double area(const Rect& r) { return r.isEmpty() ? 0 : r.width * r.height; }
-
 // A text's words; anything else, its rotated frame.
 Rect coverage(const ElementLayout& e) { return e.kind == ElementLayout::Kind::text ? e.inkBounds() : e.rotatedBounds(); }
 
@@ -62,11 +60,11 @@ void overlapChecks(const std::vector<ElementLayout>& elements, const PlacementSc
     const ElementLayout& text = elements[t];
     if (!isNamedText(text) || text.decorative) continue;
     const Rect ink = text.inkBounds();
-    if (!(area(ink) > 0)) continue;
+    if (!(ink.area() > 0)) continue;
     for (size_t i = t + 1; i < elements.size(); ++i) {
       const ElementLayout& above = elements[i];
       if (exempt(above) || (above.owner == text.owner && above.id == text.id)) continue;
-      const double covered = area(coverage(above).intersection(ink)) / area(ink);
+      const double covered = coverage(above).intersection(ink).area() / ink.area();
       if (!(covered > 0.04)) continue;
       add(sink, scope.slideOf(above),
           named(above) + " covers " + std::to_string(percent(covered)) + "% of the " +
@@ -87,9 +85,9 @@ void overlapChecks(const std::vector<ElementLayout>& elements, const PlacementSc
       const ElementLayout& upper = *free[b];
       if (layeredBelow(lower, upper)) continue;
       const Rect first = coverage(lower), second = coverage(upper);
-      const double smaller = std::min(area(first), area(second));
+      const double smaller = std::min(first.area(), second.area());
       if (!(smaller > 0)) continue;
-      const double shared = area(first.intersection(second)) / smaller;
+      const double shared = first.intersection(second).area() / smaller;
       if (!(shared > 0.2)) continue;
       add(sink, scope.slideOf(upper),
           named(upper) + " and " + lowerFirst(named(lower)) + " overlap by " +

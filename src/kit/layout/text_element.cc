@@ -13,6 +13,7 @@ using ContentKeys::number;
 std::string colorKey(const std::optional<RGBColor>& c) { return ContentKeys::color(c); }
 std::string fillKey(const std::optional<Fill>& f) { return ContentKeys::fill(f); }
 std::string optionalNumber(const std::optional<double>& v) { return ContentKeys::number(v); }
+using ContentKeys::name;
 
 std::string effectKey(const std::optional<TextEffect>& e) {
   if (!e) return "-";
@@ -27,10 +28,6 @@ std::string markKey(const std::optional<MarkStyle>& m) {
          optionalNumber(m->height) + "," + optionalNumber(m->offset) + "," + optionalNumber(m->opacity);
 }
 
-template <class E>
-std::string name(E value) {
-  return std::string(EnumNames<E>::names[static_cast<size_t>(value)]);
-}
 
 }  // namespace
 

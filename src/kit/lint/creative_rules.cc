@@ -11,10 +11,10 @@
 #include "kit/model/project.h"
 #include "kit/model/store_target.h"
 #include "kit/store/file_name.h"
+#include "kit/util/format.h"
 
 #include <algorithm>
 #include <cmath>
-#include <cstdarg>
 #include <cstdio>
 #include <set>
 #include <string>
@@ -24,25 +24,6 @@ namespace vorno {
 namespace {
 
 using Severity = Issue::Severity;
-
-__attribute__((format(printf, 1, 2))) std::string formatted(const char* format, ...) {
-  va_list arguments;
-  va_start(arguments, format);
-  va_list copy;
-  va_copy(copy, arguments);
-  int length = std::vsnprintf(nullptr, 0, format, copy);
-  va_end(copy);
-  std::string text(length > 0 ? static_cast<size_t>(length) : 0, '\0');
-  if (length > 0) std::vsnprintf(text.data(), text.size() + 1, format, arguments);
-  va_end(arguments);
-  return text;
-}
-
-std::string joined(const std::vector<std::string>& parts) {
-  std::string text;
-  for (size_t i = 0; i < parts.size(); ++i) text += (i > 0 ? ", " : "") + parts[i];
-  return text;
-}
 
 constexpr double seamTolerance = 0.000001;
 

@@ -10,6 +10,7 @@
 #include "kit/model/variants.h"
 #include "kit/store/file_name.h"
 #include "kit/model/text_markup.h"
+#include "kit/util/format.h"
 
 #include <nlohmann/json.hpp>
 #include <unicode/uchar.h>
@@ -28,15 +29,6 @@ namespace vorno {
 namespace {
 
 using Severity = Issue::Severity;
-
-std::string joined(const std::vector<std::string>& parts, std::string_view separator = ", ") {
-  std::string text;
-  for (size_t i = 0; i < parts.size(); ++i) {
-    if (i > 0) text += separator;
-    text += parts[i];
-  }
-  return text;
-}
 
 Issue issueFor(Severity severity, std::string code, std::string message, const std::string* slide = nullptr) {
   Issue issue(severity, std::move(code), std::move(message));

@@ -46,15 +46,15 @@ std::optional<Records> records(const Json& value) {
 }
 
 // The JSON kinds that the three-way merge tells apart; integers and doubles are both numbers.
-enum class Kind { null, boolean, number, string, array, object };
+enum class JsonKind { null, boolean, number, string, array, object };
 
-Kind kindOf(const Json& value) {
-  if (value.is_null()) return Kind::null;
-  if (value.is_boolean()) return Kind::boolean;
-  if (value.is_number()) return Kind::number;
-  if (value.is_string()) return Kind::string;
-  if (value.is_array()) return Kind::array;
-  return Kind::object;
+JsonKind kindOf(const Json& value) {
+  if (value.is_null()) return JsonKind::null;
+  if (value.is_boolean()) return JsonKind::boolean;
+  if (value.is_number()) return JsonKind::number;
+  if (value.is_string()) return JsonKind::string;
+  if (value.is_array()) return JsonKind::array;
+  return JsonKind::object;
 }
 
 bool same(const std::optional<Json>& a, const std::optional<Json>& b) {

@@ -20,4 +20,20 @@ std::string formatted(const char* format, ...) {
   return text;
 }
 
+std::string joined(const std::vector<std::string>& parts, std::string_view separator) {
+  std::string text;
+  for (size_t i = 0; i < parts.size(); ++i) {
+    if (i > 0) text += separator;
+    text += parts[i];
+  }
+  return text;
+}
+
+std::string trimmed(std::string_view text) {
+  constexpr std::string_view blanks = " \t\r\n\f\v";
+  const size_t begin = text.find_first_not_of(blanks);
+  if (begin == std::string_view::npos) return "";
+  return std::string(text.substr(begin, text.find_last_not_of(blanks) - begin + 1));
+}
+
 }  // namespace vorno

@@ -31,6 +31,8 @@ struct Rect {
   Size size() const { return {width, height}; }
   /// No area: a width or height of zero or less.
   bool isEmpty() const { return !(width > 0) || !(height > 0); }
+  /// Width times height; an empty rectangle has none.
+  double area() const { return isEmpty() ? 0 : width * height; }
 
   /// Grown by `dx` on the left and right and `dy` at the top and bottom; negative shrinks.
   Rect insetBy(double dx, double dy) const { return {x + dx, y + dy, width - 2 * dx, height - 2 * dy}; }

@@ -1,6 +1,7 @@
 #include "kit/util/shell.h"
 
 #include "kit/util/child_process.h"
+#include "kit/util/format.h"
 #include "kit/util/paths.h"
 #include "kit/util/vorno_error.h"
 
@@ -26,17 +27,11 @@ std::chrono::steady_clock::time_point now() {
   return shellClockHook ? shellClockHook() : std::chrono::steady_clock::now();
 }
 
-std::string joined(const std::vector<std::string>& words, size_t count) {
+// The first `count` words, with spaces between them.
+std::string firstWords(const std::vector<std::string>& words, size_t count) {
   std::string text;
   for (size_t i = 0; i < words.size() && i < count; ++i) text += (i ? " " : "") + words[i];
   return text;
-}
-
-std::string trimmed(const std::string& text) {
-  size_t begin = text.find_first_not_of(" \t\r\n\f\v");
-  if (begin == std::string::npos) return "";
-  size_t end = text.find_last_not_of(" \t\r\n\f\v");
-  return text.substr(begin, end - begin + 1);
 }
 
 // Length of the valid UTF-8 sequence at `i`, or 0.
@@ -92,7 +87,7 @@ ShellResult execute(const std::string& path, const std::vector<std::string>& arg
   while (child.isRunning()) {
     if (now() > deadline) {
       child.kill();
-      throw VornoError::io(path + (arguments.empty() ? "" : " ") + joined(arguments, arguments.size()) +
+      throw VornoError::io(path + (arguments.empty() ? "" : " ") + firstWords(arguments, arguments.size()) +
                            " timed out after " + std::to_string(timeoutSeconds) + "s.");
     }
     std::this_thread::sleep_for(kPollInterval);
@@ -105,7 +100,7 @@ std::string runData(const std::string& path, const std::vector<std::string>& arg
   if (result.status == 0) return std::move(result.out);
   std::string reason = trimmed(repairedUTF8(result.err));
   if (reason.empty()) reason = "exit " + std::to_string(result.status);
-  throw VornoError::io(joined(arguments, 3) + " failed: " + reason);
+  throw VornoError::io(firstWords(arguments, 3) + " failed: " + reason);
 }
 
 std::string run(const std::string& path, const std::vector<std::string>& arguments, int timeoutSeconds) {

@@ -40,12 +40,6 @@ namespace fs = std::filesystem;
 constexpr const char* encoderPreset = "ultrafast";
 constexpr const char* encoderParameters = "cabac=1:8x8dct=1:deblock=1:bframes=2";
 
-std::string errorText(int code) {
-  char text[AV_ERROR_MAX_STRING_SIZE] = {};
-  if (av_strerror(code, text, sizeof text) < 0 || !text[0]) return "unknown error";
-  return text;
-}
-
 std::string sizeText(int width, int height) { return std::to_string(width) + "x" + std::to_string(height); }
 
 VornoError cantWrite(int width, int height) {
@@ -171,11 +165,11 @@ VideoWriter::VideoWriter(std::string path, int width, int height, int fps) : enc
   e.frame->width = width;
   e.frame->height = height;
   int status = av_frame_get_buffer(e.frame, 0);
-  if (status < 0) throw VornoError::io("Couldn't start the video: " + errorText(status) + ".");
+  if (status < 0) throw VornoError::io("Couldn't start the video: " + ffmpegErrorText(status) + ".");
   e.converter = std::make_unique<FrameConverter>(width, height);
 
   status = avio_open(&e.format->pb, e.temporary.c_str(), AVIO_FLAG_WRITE);
-  if (status < 0) throw VornoError::io("Couldn't start the video: " + errorText(status) + ".");
+  if (status < 0) throw VornoError::io("Couldn't start the video: " + ffmpegErrorText(status) + ".");
   AVDictionary* options = nullptr;
   // The index in front of the media data: a browser starts playing before the file has arrived.
   av_dict_set(&options, "movflags", "+faststart", 0);
@@ -187,7 +181,7 @@ VideoWriter::VideoWriter(std::string path, int width, int height, int fps) : enc
   av_dict_set_int(&options, "movie_timescale", timescale, 0);
   status = avformat_write_header(e.format, &options);
   av_dict_free(&options);
-  if (status < 0) throw VornoError::io("Couldn't start the video: " + errorText(status) + ".");
+  if (status < 0) throw VornoError::io("Couldn't start the video: " + ffmpegErrorText(status) + ".");
 }
 
 VideoWriter::~VideoWriter() = default;
@@ -198,12 +192,12 @@ void VideoWriter::append(const Image& image) {
   if (e.finished) throw VornoError::io(frameName + "the video is already finished.");
   if (!image) throw VornoError::io(frameName + "the picture is empty.");
   int status = av_frame_make_writable(e.frame);
-  if (status < 0) throw VornoError::io(frameName + errorText(status) + ".");
+  if (status < 0) throw VornoError::io(frameName + ffmpegErrorText(status) + ".");
   if (!e.converter->convert(image, e.frame))
     throw VornoError::io(frameName + "the picture couldn't be converted.");
   e.frame->pts = e.next;
   status = avcodec_send_frame(e.codec, e.frame);
-  if (status < 0 || !e.drain(status)) throw VornoError::io(frameName + errorText(status) + ".");
+  if (status < 0 || !e.drain(status)) throw VornoError::io(frameName + ffmpegErrorText(status) + ".");
   ++e.next;
 }
 
@@ -212,11 +206,11 @@ void VideoWriter::finish() {
   if (e.finished) return;
   if (e.next == 0) throw VornoError::io("Couldn't finish the video: it has no frames.");
   int status = avcodec_send_frame(e.codec, nullptr);
-  if (status < 0 || !e.drain(status)) throw VornoError::io("Couldn't finish the video: " + errorText(status) + ".");
+  if (status < 0 || !e.drain(status)) throw VornoError::io("Couldn't finish the video: " + ffmpegErrorText(status) + ".");
   status = av_write_trailer(e.format);
-  if (status < 0) throw VornoError::io("Couldn't finish the video: " + errorText(status) + ".");
+  if (status < 0) throw VornoError::io("Couldn't finish the video: " + ffmpegErrorText(status) + ".");
   status = avio_closep(&e.format->pb);
-  if (status < 0) throw VornoError::io("Couldn't finish the video: " + errorText(status) + ".");
+  if (status < 0) throw VornoError::io("Couldn't finish the video: " + ffmpegErrorText(status) + ".");
   std::error_code error;
   fs::rename(e.temporary, e.path, error);
   if (error) throw VornoError::io("Couldn't finish the video: " + error.message() + ".");
