@@ -2,6 +2,10 @@
 
 #include <nlohmann/json.hpp>
 
+#include <algorithm>
+#include <cctype>
+#include <filesystem>
+
 #include "kit/image/image.h"
 #include "kit/image/images.h"
 #include "kit/model/run_defaults.h"
@@ -57,6 +61,15 @@ Content previewImage(const Image& image, int longestSide) {
   Image preview = Images::downscale(image, longestSide);
   std::vector<uint8_t> bytes = Images::encode(preview, Images::ImageType::jpeg, 0.86);
   return Content::image(std::string(bytes.begin(), bytes.end()), "image/jpeg");
+}
+
+std::string loweredExtension(std::string path) {
+  while (path.size() > 1 && path.back() == '/') path.pop_back();
+  std::string extension = std::filesystem::path(path).extension().string();
+  if (!extension.empty()) extension.erase(0, 1);
+  std::transform(extension.begin(), extension.end(), extension.begin(),
+                 [](unsigned char c) { return static_cast<char>(std::tolower(c)); });
+  return extension;
 }
 
 }  // namespace vorno

@@ -44,4 +44,7 @@ std::string renderFileName(const std::optional<std::string>& variant, const std:
 /// The image scaled down to `longestSide` (never up) as a JPEG at 0.86, as an image item.
 Content previewImage(const Image& image, int longestSide);
 
+/// The extension of a path or file name, lowered, without its dot; a trailing slash doesn't hide it.
+std::string loweredExtension(std::string path);
+
 }  // namespace vorno

@@ -20,6 +20,7 @@
 #include "kit/util/format.h"
 #include "kit/util/vorno_error.h"
 #include "kit/util/write_paths.h"
+#include "server/tool_kit.h"
 #include "server/schema.h"
 #include "server/tool_context.h"
 #include "server/tools.h"
@@ -30,14 +31,6 @@ namespace vorno {
 namespace fs = std::filesystem;
 
 namespace {
-
-std::string loweredExtension(const std::string& name) {
-  std::string extension = fs::path(name).extension().string();
-  if (!extension.empty()) extension.erase(0, 1);
-  std::transform(extension.begin(), extension.end(), extension.begin(),
-                 [](unsigned char c) { return static_cast<char>(std::tolower(c)); });
-  return extension;
-}
 
 /// Whole pixels as integers, fractions (an SVG's user units) with one decimal.
 std::string pixels(double value) {

@@ -10,6 +10,7 @@
 #include "kit/model/project.h"
 #include "kit/model/store_target.h"
 #include "kit/store/file_name.h"
+#include "kit/util/format.h"
 #include "kit/util/vorno_error.h"
 #include "server/argument_decoding.h"
 #include "server/creative_docs.h"
@@ -21,12 +22,6 @@
 namespace vorno {
 
 namespace {
-
-std::string joinedIDs(const std::vector<std::string>& ids) {
-  std::string text;
-  for (const std::string& id : ids) text += (text.empty() ? "" : ", ") + id;
-  return text;
-}
 
 std::vector<std::string> creativeIDs(const Project& project) {
   std::vector<std::string> ids;
@@ -112,13 +107,13 @@ class CreativeDeleteTool final : public Tool {
       if (stays == project.creatives.end()) {
         std::vector<std::string> ids = creativeIDs(project);
         throw VornoError::notFound("No creative " + id + ". Creatives: " +
-                                   (ids.empty() ? "none: add one with creative_upsert." : joinedIDs(ids) + "."));
+                                   (ids.empty() ? "none: add one with creative_upsert." : joined(ids) + "."));
       }
       project.creatives.erase(stays, project.creatives.end());
       return project;
     });
     std::vector<std::string> left = creativeIDs(saved);
-    return {Content::plain("Deleted " + id + ". Creatives left: " + (left.empty() ? "none" : joinedIDs(left)) + ".")};
+    return {Content::plain("Deleted " + id + ". Creatives left: " + (left.empty() ? "none" : joined(left)) + ".")};
   }
 };
 

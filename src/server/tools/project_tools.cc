@@ -19,6 +19,7 @@
 #include "kit/model/theme.h"
 #include "kit/store/file_name.h"
 #include "kit/store/file_project_store.h"
+#include "kit/util/format.h"
 #include "kit/util/vorno_error.h"
 #include "server/argument_decoding.h"
 #include "server/schema.h"
@@ -30,12 +31,6 @@ namespace vorno {
 namespace {
 
 namespace fs = std::filesystem;
-
-std::string joined(const std::vector<std::string>& parts, const std::string& separator) {
-  std::string text;
-  for (size_t i = 0; i < parts.size(); ++i) text += (i ? separator : "") + parts[i];
-  return text;
-}
 
 // Shared by project_create and project_update, so that both teach the same theme.
 const std::string& themeDescription() {
@@ -65,16 +60,6 @@ std::optional<std::vector<std::string>> givenTargets(const Arguments& arguments)
   std::optional<std::vector<std::string>> targets = arguments.strings("targets");
   if (!targets || targets->empty()) return std::nullopt;
   return targets;
-}
-
-/// The path's extension, lowered; a trailing slash doesn't hide it.
-std::string loweredExtension(std::string path) {
-  while (path.size() > 1 && path.back() == '/') path.pop_back();
-  std::string extension = fs::path(path).extension().string();
-  if (!extension.empty()) extension.erase(0, 1);
-  std::transform(extension.begin(), extension.end(), extension.begin(),
-                 [](unsigned char c) { return static_cast<char>(std::tolower(c)); });
-  return extension;
 }
 
 /// Whether a folder at or above `folder` holds a repository; "/" itself is not tried, since a

@@ -10,6 +10,7 @@
 #include "kit/model/codings.h"
 #include "kit/model/project.h"
 #include "kit/store/file_name.h"
+#include "kit/util/format.h"
 #include "kit/util/vorno_error.h"
 #include "server/argument_decoding.h"
 #include "server/schema.h"
@@ -20,12 +21,6 @@
 namespace vorno {
 
 namespace {
-
-std::string joinedIDs(const std::vector<std::string>& ids) {
-  std::string text;
-  for (const std::string& id : ids) text += (text.empty() ? "" : ", ") + id;
-  return text;
-}
 
 std::vector<std::string> slideIDs(const Project& project) {
   std::vector<std::string> ids;
@@ -49,11 +44,11 @@ void validate(const Spread& spread, const Project& project) {
   for (size_t i = 0; i < project.slides.size(); ++i) indexOf.try_emplace(project.slides[i].id, i);
   for (const std::string& member : spread.slides)
     if (!indexOf.contains(member))
-      throw VornoError::invalid("No slide " + member + ". Slides: " + joinedIDs(slideIDs(project)) + ".");
+      throw VornoError::invalid("No slide " + member + ". Slides: " + joined(slideIDs(project)) + ".");
   for (size_t i = 1; i < spread.slides.size(); ++i)
     if (indexOf[spread.slides[i]] != indexOf[spread.slides[i - 1]] + 1)
       throw VornoError::invalid("Spread slides must be adjacent and in order. Current order: " +
-                                joinedIDs(slideIDs(project)) + ". Use slides_reorder first.");
+                                joined(slideIDs(project)) + ". Use slides_reorder first.");
   // A slide stands in one spread only; the spread being replaced doesn't count.
   for (const Spread& other : project.spreads) {
     if (other.id == spread.id) continue;
@@ -61,7 +56,7 @@ void validate(const Spread& spread, const Project& project) {
     for (const std::string& member : spread.slides)
       if (std::find(other.slides.begin(), other.slides.end(), member) != other.slides.end()) shared.push_back(member);
     if (!shared.empty())
-      throw VornoError::invalid(joinedIDs(shared) + " already belong to spread " + other.id +
+      throw VornoError::invalid(joined(shared) + " already belong to spread " + other.id +
                                 ". Delete or change it first.");
   }
 }
@@ -143,7 +138,7 @@ class SpreadUpsertTool final : public Tool {
       bool member = std::find(spread->slides.begin(), spread->slides.end(), *issue.slide) != spread->slides.end();
       if (member || *issue.slide == spread->id) issues.push_back(issue);
     }
-    std::string text = "Saved spread " + spread->id + " across " + joinedIDs(spread->slides) +
+    std::string text = "Saved spread " + spread->id + " across " + joined(spread->slides) +
                        ". Check it with render_spread." + ignoredNote(findings);
     return {Content::plain(text), Content::json(issuesJSON(issues))};
   }

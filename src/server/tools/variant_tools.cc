@@ -25,7 +25,7 @@ std::string variantList(const Project& project) {
   return text;
 }
 
-ToolActivity activityOf(std::string summary) { return {std::move(summary), std::nullopt, std::nullopt, std::nullopt}; }
+ToolActivity variantActivity(std::string summary) { return {std::move(summary), std::nullopt, std::nullopt, std::nullopt}; }
 
 class VariantUpsertTool final : public Tool {
  public:
@@ -67,7 +67,7 @@ class VariantUpsertTool final : public Tool {
   }
 
   ToolActivity activity(const Arguments& arguments) const override {
-    return activityOf("Saved variant " + arguments.string("id").value_or(""));
+    return variantActivity("Saved variant " + arguments.string("id").value_or(""));
   }
 
   std::vector<Content> call(const Arguments& arguments, const ToolContext& context, ToolProgress&) const override {
@@ -114,7 +114,7 @@ class VariantDeleteTool final : public Tool {
   }
   ToolAnnotations annotations() const override { return ToolAnnotations::destructive(); }
   ToolActivity activity(const Arguments& arguments) const override {
-    return activityOf("Deleted variant " + arguments.string("id").value_or(""));
+    return variantActivity("Deleted variant " + arguments.string("id").value_or(""));
   }
 
   std::vector<Content> call(const Arguments& arguments, const ToolContext& context, ToolProgress&) const override {
@@ -144,7 +144,7 @@ class VariantPromoteTool final : public Tool {
     return Schema::object({{"project", Schema::project()}, {"id", Schema::string("Variant id.")}}, {"project", "id"});
   }
   ToolActivity activity(const Arguments& arguments) const override {
-    return activityOf("Made " + arguments.string("id").value_or("") + " the base");
+    return variantActivity("Made " + arguments.string("id").value_or("") + " the base");
   }
 
   std::vector<Content> call(const Arguments& arguments, const ToolContext& context, ToolProgress&) const override {
