@@ -58,11 +58,18 @@ fs::path outputPath(const std::optional<std::string>& out, const FileProjectStor
   return preparedWritePath(store.root(), fs::path("renders") / name);
 }
 
-void writePicture(const Image& image, const fs::path& path, const FileProjectStore& store) {
+FileBelow writePlace(const fs::path& path, const FileProjectStore& store) {
   const fs::path root = standardizePath(store.root());
   const fs::path relative = standardizePath(path).lexically_relative(root);
   const bool below = !relative.empty() && *relative.begin() != ".." && *relative.begin() != ".";
-  if (below) Images::writeBelow(image, root, relative, Images::ImageType::png);
+  if (below) return {root, relative};
+  return {path.parent_path(), path.filename()};
+}
+
+void writePicture(const Image& image, const fs::path& path, const FileProjectStore& store) {
+  const FileBelow place = writePlace(path, store);
+  if (place.base == standardizePath(store.root()))
+    Images::writeBelow(image, place.base, place.relative, Images::ImageType::png);
   else Images::write(image, path.string(), Images::ImageType::png);
 }
 

@@ -13,6 +13,7 @@ struct Project;
 struct StoreTarget;
 class FileProjectStore;
 class Image;
+struct FileBelow;
 }  // namespace vorno
 
 namespace vorno::cli {
@@ -32,6 +33,11 @@ struct CheckedName {
 /// may be a symbolic link.
 std::filesystem::path outputPath(const std::optional<std::string>& out, const FileProjectStore& store,
                                  const std::string& name, const std::vector<CheckedName>& names);
+
+/// Where `path`, a path outputPath gave, is written from: the package and the path below it when
+/// it lies in the package (every folder below reached without following a link), else its own
+/// folder and name as the user gave them.
+FileBelow writePlace(const std::filesystem::path& path, const FileProjectStore& store);
 
 /// Writes `image` as a PNG at `path`, a path outputPath gave. Below the package it is written from
 /// the package down without following a link (a folder swapped for one since outputPath looked

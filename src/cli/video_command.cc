@@ -9,6 +9,7 @@
 #include "kit/util/format.h"
 #include "kit/util/paths.h"
 #include "kit/util/vorno_error.h"
+#include "kit/util/write_paths.h"
 #include "kit/video/video_exporter.h"
 
 #include <chrono>
@@ -39,8 +40,8 @@ int runVideo(const ParsedArguments& args) {
 
   // The percentage rewrites one line; it goes out at once, or a terminal would see it in jumps.
   VideoExporter exporter;
-  std::vector<Issue> issues =
-      exporter.write(project, store.root().string(), *creative, locale, path.string(), [](int done, int total) {
+  std::vector<Issue> issues = exporter.write(
+      project, store.root().string(), *creative, locale, writePlace(path, store), [](int done, int total) {
         std::cout << formatted("\r%3.0f%%", 100.0 * done / std::max(total, 1)) << std::flush;
       });
   std::cout << "\n" << path.string() << "\n";

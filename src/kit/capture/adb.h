@@ -5,7 +5,7 @@
 //   Adb adb;                                        // finds the SDK, or throws
 //   Adb::Device device = adb.resolve(std::nullopt); // the only running device
 //   adb.cleanStatusBar(device.serial);
-//   adb.screenshot(device.serial, "captures/en-US/home.png");
+//   adb.screenshot(device.serial, "/tmp/shot.png");  // Capturer copies a settled shot into the package
 #pragma once
 
 #include "kit/capture/capture_clock.h"
@@ -64,7 +64,8 @@ class Adb {
   void cleanStatusBar(const std::string& serial) const;
   void setDarkMode(const std::string& serial, bool dark) const;
   void openURL(const std::string& serial, const std::string& url) const;
-  /// The device's screen as a PNG, written atomically to `path` (its folders are made).
+  /// The device's screen as a PNG, written atomically to `path` (its folders are made), a path of
+  /// the caller's own: follows links, so never a path inside a package.
   void screenshot(const std::string& serial, const std::string& path) const;
 
   /// The devices of `adb devices -l`, without their AVD names.

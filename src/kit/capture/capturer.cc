@@ -63,7 +63,7 @@ Adb Capturer::makeAdb() const {
   return adb;
 }
 
-void Capturer::waitForStableScreen(const fs::path& target, double timeout,
+void Capturer::waitForStableScreen(const FileBelow& target, double timeout,
                                    const std::function<void(const std::string& path)>& shoot,
                                    const CaptureClock& clock) {
   ShotFolder folder;
@@ -81,8 +81,9 @@ void Capturer::waitForStableScreen(const fs::path& target, double timeout,
     previous = std::move(shot);
     clock.sleep(kSettleInterval);
   }
-  if (target.has_parent_path()) createFolders(target.parent_path());
-  atomicWrite(target, shot);
+  // The shooting took seconds, long after the capture's place was looked at: the shot is written
+  // from the package down, so a folder there that became a link meanwhile is refused, not followed.
+  writeFileBelow(target.base, target.relative, shot);
 }
 
 Platform Capturer::resolvePlatform(std::optional<Platform> platform, const std::optional<std::string>& device) const {
@@ -118,8 +119,10 @@ CaptureResult Capturer::capture(const FileProjectStore& store, const CaptureRequ
   if (appearance && *appearance != "dark" && *appearance != "light")
     throw VornoError::invalid("appearance must be dark or light.");
   const std::string relative = relativePath(name, locale);
-  // captures/ or the locale's folder may be a link planted in the package: refused, not followed.
-  const fs::path target = checkedWritePath(store.root(), relative);
+  // captures/ or the locale's folder may be a link planted in the package: refused, not followed,
+  // before any device is touched.
+  checkedWritePath(store.root(), relative);
+  const FileBelow target{store.root(), relative};
 
   const Platform chosen = resolvePlatform(platform, device);
   if (chosen == Platform::android) {
@@ -148,14 +151,19 @@ std::string Capturer::recordVideo(const FileProjectStore& store, const std::stri
   FileName::check(locale, "Locale");
   if (!(seconds >= 1 && seconds <= 30)) throw VornoError::invalid("Record 1–30 seconds: a creative's loop is 5–30 s.");
   const std::string relative = "captures/" + locale + "/" + name + ".mov";
-  const fs::path target = checkedWritePath(store.root(), relative);
-  createFolders(target.parent_path());
+  checkedWritePath(store.root(), relative);
 
   const std::string udid = simctl.resolve(device).udid;
   if (cleanStatusBar) simctl.cleanStatusBar(udid);
   if (deepLink) simctl.openURL(udid, *deepLink);
   std::optional<int> display = simctl.litDisplay(udid);
-  simctl.recordVideo(udid, display, target.string(), seconds);
+  // simctl writes wherever its path leads, links included, and the recording lasts long after the
+  // place was looked at: it records into a folder of our own, and the movie is copied into the
+  // package from the package down.
+  ShotFolder recording;
+  const fs::path movie = recording.path() / (name + ".mov");
+  simctl.recordVideo(udid, display, movie.string(), seconds);
+  copyFileBelow(movie, store.root(), relative);
   return relative;
 }
 

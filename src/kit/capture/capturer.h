@@ -22,6 +22,7 @@ namespace vorno {
 
 class FileProjectStore;
 class Image;
+struct FileBelow;
 
 /// What to capture: the name and locale it is saved under, on which device (the only one running
 /// when none), after which deep link, with a clean status bar, in which appearance.
@@ -66,8 +67,9 @@ class Capturer {
   Platform resolvePlatform(std::optional<Platform> platform, const std::optional<std::string>& device) const;
 
   /// Shoots into a temporary folder until two shots in a row have the same bytes, 0.35 s apart,
-  /// or `timeout` seconds have passed, then writes the last shot to `target` atomically.
-  static void waitForStableScreen(const std::filesystem::path& target, double timeout,
+  /// or `timeout` seconds have passed, then writes the last shot to `target` atomically, every
+  /// folder below its base reached without following a link (writeFileBelow).
+  static void waitForStableScreen(const FileBelow& target, double timeout,
                                   const std::function<void(const std::string& path)>& shoot,
                                   const CaptureClock& clock = CaptureClock::real());
 

@@ -3,13 +3,19 @@
 #include "kit/capture/capture_test_support.h"
 #include "kit/image/images.h"
 #include "kit/store/file_project_store.h"
+#include "kit/util/atomic_write.h"
 #include "kit/util/vorno_error.h"
+#include "kit/util/write_paths.h"
 #include "tests/temp_folder.h"
 #include "tests/error_of.h"
 
 #include <gtest/gtest.h>
 
+#include <chrono>
 #include <cmath>
+#include <functional>
+#include <thread>
+#include <utility>
 
 namespace vorno::capturer_test {
 namespace {
@@ -136,7 +142,7 @@ TEST_F(CapturerTest, IOSCaptureShootsTheSimulatorWithTheCleanStatusBarAndAppeara
 }
 
 TEST_F(CapturerTest, AScreenThatChangesEveryTenthOfASecondYieldsItsLatestPictureAfterAboutSixSeconds) {
-  std::filesystem::path target = folder.path() / "captures" / "en-US" / "feed.png";
+  const FileBelow target{folder.path(), "captures/en-US/feed.png"};
   const auto start = time.time;
   std::vector<std::string> given;
   Capturer::waitForStableScreen(
@@ -153,11 +159,11 @@ TEST_F(CapturerTest, AScreenThatChangesEveryTenthOfASecondYieldsItsLatestPicture
   EXPECT_GE(waited, 6.0);
   EXPECT_LE(waited, 6.35 + 1e-9);  // one interval past the limit at most
   EXPECT_EQ(given.size(), 19u);    // 0, 0.35, ..., 6.3 s
-  EXPECT_EQ(testing::readFile(target), given.back());
+  EXPECT_EQ(testing::readFile(target.path()), given.back());
 }
 
 TEST_F(CapturerTest, SettledScreenStopsAtTheFirstTwoIdenticalShots) {
-  std::filesystem::path target = folder.path() / "settled.png";
+  const FileBelow target{folder.path(), "settled.png"};
   std::vector<std::string> pictures{solidPNG(8, 8, 1), solidPNG(8, 8, 2), solidPNG(8, 8, 2), solidPNG(8, 8, 3)};
   std::vector<std::string> paths;
   Capturer::waitForStableScreen(
@@ -169,14 +175,14 @@ TEST_F(CapturerTest, SettledScreenStopsAtTheFirstTwoIdenticalShots) {
       time.clock());
   EXPECT_EQ(paths.size(), 3u);
   EXPECT_DOUBLE_EQ(time.slept.count(), 0.7);
-  EXPECT_EQ(testing::readFile(target), pictures[2]);
+  EXPECT_EQ(testing::readFile(target.path()), pictures[2]);
   // The shots' folder is gone.
   EXPECT_FALSE(std::filesystem::exists(std::filesystem::path(paths[0]).parent_path()));
 }
 
 TEST_F(CapturerTest, AFailedShotEndsTheCaptureAndLeavesTheOlderFile) {
-  std::filesystem::path target = folder.path() / "home.png";
-  testing::writeFile(target, "older");
+  const FileBelow target{folder.path(), "home.png"};
+  testing::writeFile(target.path(), "older");
   int shots = 0;
   std::string shotFolder;
   EXPECT_EQ(errorOf([&] {
@@ -190,13 +196,13 @@ TEST_F(CapturerTest, AFailedShotEndsTheCaptureAndLeavesTheOlderFile) {
                   time.clock());
             }),
             "-s emulator-5554 exec-out failed: device offline");
-  EXPECT_EQ(testing::readFile(target), "older");
+  EXPECT_EQ(testing::readFile(target.path()), "older");
   EXPECT_FALSE(std::filesystem::exists(shotFolder));
 }
 
 TEST_F(CapturerTest, AShotThatWroteNoFileEndsTheCapture) {
   std::string message = errorOf([&] {
-    Capturer::waitForStableScreen(folder.path() / "x.png", 6, [](const std::string&) {}, time.clock());
+    Capturer::waitForStableScreen({folder.path(), "x.png"}, 6, [](const std::string&) {}, time.clock());
   });
   EXPECT_EQ(message.rfind("Couldn't read the screenshot ", 0), 0u) << message;
 }
@@ -249,6 +255,84 @@ TEST_F(CapturerTest, SecondsThirtyIsAcceptedThirtyAndAHalfAndAHalfAreNot) {
   std::vector<FakeCall> calls = xcrun.calls();
   EXPECT_EQ(calls[2], (FakeCall{"simctl", "openurl", "5A1B", "myapp://live"}));
   EXPECT_EQ(calls.back()[3], "recordVideo");
+}
+
+// A package whose captures/en-US/ turns into a link to a folder outside it while a capture is
+// under way, at a moment the test chooses; the folder outside holds a canary file.
+struct CapturerLinkTest : CapturerTest {
+  CapturerLinkTest() {
+    std::filesystem::create_directories(localeFolder());
+    std::filesystem::create_directories(outside());
+    testing::writeFile(outside() / "canary.txt", "untouched");
+  }
+  ~CapturerLinkTest() override {
+    atomicWriteStepHook = nullptr;
+    swapAt = nullptr;
+  }
+
+  std::filesystem::path localeFolder() const { return store.root() / "captures" / "en-US"; }
+  std::filesystem::path outside() const { return folder.path() / "outside"; }
+
+  // The locale's folder moves aside to "en-US-looked-at" and a link to outside takes its name.
+  void swapForALink() const {
+    std::filesystem::rename(localeFolder(), store.root() / "captures" / "en-US-looked-at");
+    std::filesystem::create_directory_symlink(outside(), localeFolder());
+  }
+
+  // Swaps once, when a write of a file named `name` (anywhere) has renamed it into place.
+  void swapWhenWritten(const std::string& name) {
+    swapAt = [this, name](const std::filesystem::path& target) {
+      if (target.filename() != name) return false;
+      swapForALink();
+      return true;
+    };
+    atomicWriteStepHook = [](const std::filesystem::path& target, const std::filesystem::path&, WriteStep step) {
+      if (step == WriteStep::renamed && swapAt && swapAt(target)) swapAt = nullptr;
+    };
+  }
+
+  // Only the canary outside, with its bytes.
+  void expectOutsideUntouched() const {
+    EXPECT_EQ(testing::readFile(outside() / "canary.txt"), "untouched");
+    for (const auto& entry : std::filesystem::directory_iterator(outside()))
+      EXPECT_EQ(entry.path().filename(), "canary.txt") << "written outside the package: " << entry.path();
+  }
+
+  std::string linkRefusal() const {
+    return "The folder " + localeFolder().string() +
+           " is a symbolic link. Vorno writes only inside the package and never through a link: make it a real "
+           "folder, or remove it, and try again.";
+  }
+
+  static inline std::function<bool(const std::filesystem::path&)> swapAt;
+};
+
+TEST_F(CapturerLinkTest, LocaleFolderSwappedForALinkWhileTheScreenSettlesIsRefusedAndNothingLandsOutside) {
+  sdk.setDevices(kOneEmulator);
+  sdk.addScreen(solidPNG(108, 240, 0x3478F6));
+  // The first shot lands in the shots' own folder, after the capture's place was looked at.
+  swapWhenWritten("0.png");
+  EXPECT_EQ(errorOf([&] { capture("home"); }), linkRefusal());
+  EXPECT_FALSE(swapAt) << "the capture never shot the screen";
+  expectOutsideUntouched();
+  EXPECT_FALSE(std::filesystem::exists(store.root() / "captures" / "en-US-looked-at" / "home.png"));
+}
+
+TEST_F(CapturerLinkTest, LocaleFolderSwappedForALinkWhileRecordingIsRefusedAndTheMovieStaysOutOfIt) {
+  xcrun.setDevices(kOneBootedSimulator);
+  xcrun.setEnumerate(recorded("simctl-io-enumerate-phone.txt"));
+  // The recorder's first wait comes once it runs, long after the movie's place was looked at.
+  bool swapped = false;
+  capturer.simctl.clock = {[] { return std::chrono::steady_clock::now(); },
+                           [&](CaptureClock::Seconds) {
+                             if (!std::exchange(swapped, true)) swapForALink();
+                             std::this_thread::sleep_for(std::chrono::milliseconds(5));
+                           }};
+  EXPECT_EQ(errorOf([&] { capturer.recordVideo(store, "live", "en-US", std::nullopt, 1, std::nullopt, true); }),
+            linkRefusal());
+  EXPECT_TRUE(swapped);
+  EXPECT_EQ(xcrun.calls().back()[3], "recordVideo");
+  expectOutsideUntouched();
 }
 
 TEST(CapturerBlankNote, ABlackCaptureGetsTheWarningALitOneNothing) {

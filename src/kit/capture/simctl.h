@@ -63,7 +63,8 @@ class Simctl {
   /// The display to shoot on a simulator with several: the largest that isn't dark. Nothing for a
   /// simulator with fewer than two integrated displays, which is shot without `--display`.
   std::optional<int> litDisplay(const std::string& udid) const;
-  /// Records `seconds` of the display into `path` (H.264 in a QuickTime movie).
+  /// Records `seconds` of the display into `path` (H.264 in a QuickTime movie). simctl follows
+  /// links on the way: `path` is a folder of the caller's own, never one inside a package.
   void recordVideo(const std::string& udid, std::optional<int> display, const std::string& path, double seconds) const;
 
   /// The devices of `simctl list devices --json`: available ones only, sorted by name (stable).

@@ -12,11 +12,11 @@
 // no file an export wrote is ever left unlisted for an uploader to publish.
 #include "kit/export/export_manifest.h"
 
-#include "kit/util/atomic_write.h"
 #include "kit/util/json_output.h"
 #include "kit/util/paths.h"
 #include "kit/util/read_file.h"
 #include "kit/util/vorno_error.h"
+#include "kit/util/write_paths.h"
 
 #include <nlohmann/json.hpp>
 
@@ -98,6 +98,11 @@ void removeEmptyParents(const fs::path& file, const fs::path& folder) {
   }
 }
 
+// Written atomically and flushed: the manifest is the only memory of what an export placed.
+void writeManifest(const ExportFolder& folder, const ExportManifest& manifest) {
+  writeFileBelow(folder.root, folder.relative(ExportManifest::fileName), documentJSON(encode(manifest)));
+}
+
 }  // namespace
 
 ExportManifest ExportManifest::read(const fs::path& folder) {
@@ -116,20 +121,19 @@ ExportManifest ExportManifest::read(const fs::path& folder) {
   return manifest;
 }
 
-void ExportManifest::announce(const fs::path& folderGiven, const std::vector<Entry>& entries) {
-  const fs::path folder = standardizePath(folderGiven);
+void ExportManifest::announce(const ExportFolder& place, const std::vector<Entry>& entries) {
+  const fs::path folder = standardizePath(place.path());
   ExportManifest next = read(folder);
   std::set<std::string> listed;
   for (const auto& entry : next.files) listed.insert(entry.path);
   for (const auto& entry : entries)
     if (listed.insert(entry.path).second) next.files.push_back(entry);
-  createFolders(folder);
-  atomicWrite(folder / fileName, documentJSON(encode(next)));
+  writeManifest(place, next);
 }
 
-std::vector<std::string> ExportManifest::replace(const fs::path& folderGiven, const std::vector<Entry>& entries,
+std::vector<std::string> ExportManifest::replace(const ExportFolder& place, const std::vector<Entry>& entries,
                                                  const std::set<Scope>& covering) {
-  const fs::path folder = standardizePath(folderGiven);
+  const fs::path folder = standardizePath(place.path());
   ExportManifest old = read(folder);
 
   std::set<std::string> fresh;
@@ -160,20 +164,18 @@ std::vector<std::string> ExportManifest::replace(const fs::path& folderGiven, co
     }
   }
   next.files.insert(next.files.end(), entries.begin(), entries.end());
-
-  createFolders(folder);
-  atomicWrite(folder / fileName, documentJSON(encode(next)));
+  writeManifest(place, next);
   return removed;
 }
 
-std::vector<std::string> ExportManifest::clear(const fs::path& folderGiven) {
-  const fs::path folder = standardizePath(folderGiven);
+std::vector<std::string> ExportManifest::clear(const ExportFolder& place) {
+  const fs::path folder = standardizePath(place.path());
   std::error_code error;
   if (!fs::exists(fs::symlink_status(folder / fileName, error))) return {};
 
   std::set<Scope> scopes;
   for (const auto& entry : read(folder).files) scopes.insert(Scope{entry.layout, entry.target, entry.locale});
-  std::vector<std::string> removed = replace(folder, {}, scopes);
+  std::vector<std::string> removed = replace(place, {}, scopes);
 
   if (!fs::remove(folder / fileName, error) && error)
     throw VornoError::io("Couldn't remove " + (folder / fileName).string() + ": " + error.message() +

@@ -2,13 +2,15 @@
 // to replace an earlier export. Nothing is ever removed by looking at what lies in the folder:
 // only files that the previous manifest lists, in the scopes the new run covers, go.
 //
-//   std::vector<std::string> removed =
-//       ExportManifest::replace(folder, entries, {{ExportLayout::vorno, "play.phone", "en-US"}});
+//   std::vector<std::string> removed = ExportManifest::replace({package, "exports"}, entries,
+//                                                              {{ExportLayout::vorno, "play.phone", "en-US"}});
 //
 // A user's own files in the folder are never touched, and an entry that points outside the folder
-// (a tampered "../../etc/hosts") is dropped unread.
+// (a tampered "../../etc/hosts") is dropped unread. The manifest itself is written from the
+// ExportFolder's root down without following a link, like every file of the export.
 #pragma once
 
+#include "kit/export/export_folder.h"
 #include "kit/export/export_layout.h"
 
 #include <filesystem>
@@ -57,18 +59,18 @@ struct ExportManifest {
   /// after the entries already there (those already listed are not repeated), atomically. A run
   /// that then fails or is killed has its files on record, and the next run that covers them
   /// removes those it doesn't write again.
-  static void announce(const std::filesystem::path& folder, const std::vector<Entry>& entries);
+  static void announce(const ExportFolder& folder, const std::vector<Entry>& entries);
 
   /// Removes the old entries of the covered scopes that the new ones don't list again, keeps the
   /// uncovered entries whose files still exist, writes the kept entries followed by `entries`
   /// atomically, and returns the relative paths removed. A file that can't be removed throws
   /// VornoError::io and leaves the manifest as it was.
-  static std::vector<std::string> replace(const std::filesystem::path& folder, const std::vector<Entry>& entries,
+  static std::vector<std::string> replace(const ExportFolder& folder, const std::vector<Entry>& entries,
                                           const std::set<Scope>& covering);
 
   /// Removes everything the folder's manifest lists, then the manifest, then the folder if that
   /// left it empty (a ".DS_Store" doesn't count). No manifest: nothing is removed.
-  static std::vector<std::string> clear(const std::filesystem::path& folder);
+  static std::vector<std::string> clear(const ExportFolder& folder);
 };
 
 }  // namespace vorno

@@ -34,6 +34,9 @@ Entry entry(const std::string& path, const std::string& target = "ios.iphone-6.9
   return {path, layout, target, locale};
 }
 
+// A folder of the caller's own, written into as it stands.
+ExportFolder own(const fs::path& folder) { return {folder, fs::path()}; }
+
 Scope scope(const std::string& target = "ios.iphone-6.9", const std::string& locale = "en-US",
             ExportLayout layout = ExportLayout::vorno) {
   return {layout, target, locale};
@@ -46,7 +49,7 @@ void exportFiles(const fs::path& folder, const std::vector<Entry>& entries) {
     touch(folder / e.path);
     scopes.insert({e.layout, e.target, e.locale});
   }
-  ExportManifest::replace(folder, entries, scopes);
+  ExportManifest::replace(own(folder), entries, scopes);
 }
 
 TEST(ExportManifest, WritesSortedPrettyJSONWithUnescapedSlashes) {
@@ -67,9 +70,9 @@ TEST(ExportManifest, UsersNotesSurviveAnyNumberOfExports) {
     std::vector<Entry> entries;
     for (int i = 0; i <= run % 3; ++i) entries.push_back(entry("ios/ios.iphone-6.9/en-US/0" + std::to_string(i) + ".png"));
     for (const auto& e : entries) touch(temp.path() / e.path);
-    ExportManifest::replace(temp.path(), entries, {scope()});
+    ExportManifest::replace(own(temp.path()), entries, {scope()});
   }
-  ExportManifest::clear(temp.path());
+  ExportManifest::clear(own(temp.path()));
   EXPECT_EQ(contents(temp.path() / "notes.txt"), "mine");
   EXPECT_EQ(contents(temp.path() / "ios/ios.iphone-6.9/en-US/notes.txt"), "mine too");
   EXPECT_FALSE(fs::exists(temp.path() / "ios/ios.iphone-6.9/en-US/00.png"));
@@ -82,7 +85,7 @@ TEST(ExportManifest, VornoThenFastlaneKeepsBothLayoutsListed) {
                              ExportLayout::fastlane);
   exportFiles(temp.path(), {vornoFile});
   touch(temp.path() / fastlaneFile.path);
-  auto removed = ExportManifest::replace(temp.path(), {fastlaneFile}, {scope("ios.iphone-6.9", "en-US", ExportLayout::fastlane)});
+  auto removed = ExportManifest::replace(own(temp.path()), {fastlaneFile}, {scope("ios.iphone-6.9", "en-US", ExportLayout::fastlane)});
   EXPECT_TRUE(removed.empty());
   EXPECT_TRUE(fs::exists(temp.path() / vornoFile.path));
   EXPECT_EQ(ExportManifest::read(temp.path()).files, (std::vector<Entry>{vornoFile, fastlaneFile}));
@@ -100,7 +103,7 @@ TEST(ExportManifest, TamperedEntryOutsideFolderIsDroppedAndTouchesNothing) {
       << R"({"layout":"vorno","locale":"en-US","path":"../victim.txt","target":"ios.iphone-6.9"},)"
       << R"({"layout":"vorno","locale":"en-US","path":"/etc/hostname","target":"ios.iphone-6.9"},)"
       << R"({"layout":"vorno","locale":"en-US","path":"ios/../../a/victim.txt","target":"ios.iphone-6.9"}]})";
-  auto removed = ExportManifest::replace(folder, {}, {scope()});
+  auto removed = ExportManifest::replace(own(folder), {}, {scope()});
   EXPECT_TRUE(removed.empty());
   EXPECT_EQ(contents(outer.path() / "etc/hosts"), "127.0.0.1 localhost");
   EXPECT_EQ(contents(outer.path() / "a/victim.txt"), "keep");
@@ -116,7 +119,7 @@ TEST(ExportManifest, EntryThroughSymlinkedFolderOutsideIsNotRemoved) {
   fs::create_directory_symlink(outer.path() / "elsewhere", folder / "link");
   std::ofstream(folder / ".vorno-export.json")
       << R"({"files":[{"layout":"vorno","locale":"en-US","path":"link/keep.png","target":"ios.iphone-6.9"}]})";
-  EXPECT_TRUE(ExportManifest::replace(folder, {}, {scope()}).empty());
+  EXPECT_TRUE(ExportManifest::replace(own(folder), {}, {scope()}).empty());
   EXPECT_EQ(contents(outer.path() / "elsewhere/keep.png"), "keep");
 }
 
@@ -126,12 +129,12 @@ TEST(ExportManifest, TargetThatLeftProjectIsNotCoveredSoItsFilesStay) {
   Entry iphone = entry("ios/ios.iphone-6.9/en-US/01-a.png");
   exportFiles(temp.path(), {phone, iphone});
   // The next run covers only the iPhone: play.phone left the project.
-  auto removed = ExportManifest::replace(temp.path(), {iphone}, {scope()});
+  auto removed = ExportManifest::replace(own(temp.path()), {iphone}, {scope()});
   EXPECT_TRUE(removed.empty());
   EXPECT_TRUE(fs::exists(temp.path() / phone.path));
   EXPECT_EQ(ExportManifest::read(temp.path()).files, (std::vector<Entry>{phone, iphone}));
   // Until a run covers it.
-  removed = ExportManifest::replace(temp.path(), {iphone}, {scope(), scope("play.phone")});
+  removed = ExportManifest::replace(own(temp.path()), {iphone}, {scope(), scope("play.phone")});
   EXPECT_EQ(removed, std::vector<std::string>{phone.path});
   EXPECT_FALSE(fs::exists(temp.path() / "android"));
 }
@@ -141,7 +144,7 @@ TEST(ExportManifest, UncoveredEntryWhoseFileIsGoneFallsAway) {
   Entry phone = entry("android/play.phone/en-US/01-a.png", "play.phone");
   exportFiles(temp.path(), {phone});
   fs::remove(temp.path() / phone.path);
-  ExportManifest::replace(temp.path(), {}, {scope()});
+  ExportManifest::replace(own(temp.path()), {}, {scope()});
   EXPECT_TRUE(ExportManifest::read(temp.path()).files.empty());
 }
 
@@ -151,7 +154,7 @@ TEST(ExportManifest, RemovingLastFileRemovesEmptyParentsEvenWithDSStore) {
   exportFiles(temp.path(), {last});
   touch(temp.path() / "ios/ios.iphone-6.9/en-US/.DS_Store");
   touch(temp.path() / "ios/.DS_Store");
-  auto removed = ExportManifest::replace(temp.path(), {}, {scope()});
+  auto removed = ExportManifest::replace(own(temp.path()), {}, {scope()});
   EXPECT_EQ(removed, std::vector<std::string>{last.path});
   EXPECT_FALSE(fs::exists(temp.path() / "ios"));
   EXPECT_TRUE(fs::is_directory(temp.path()));
@@ -163,7 +166,7 @@ TEST(ExportManifest, EmptyParentClimbStopsAtFolderHoldingOtherFiles) {
   Entry last = entry("ios/ios.iphone-6.9/en-US/01-a.png");
   exportFiles(temp.path(), {last});
   touch(temp.path() / "ios/readme.md");
-  ExportManifest::replace(temp.path(), {}, {scope()});
+  ExportManifest::replace(own(temp.path()), {}, {scope()});
   EXPECT_FALSE(fs::exists(temp.path() / "ios/ios.iphone-6.9"));
   EXPECT_TRUE(fs::exists(temp.path() / "ios/readme.md"));
 }
@@ -173,7 +176,7 @@ TEST(ExportManifest, PathInOldAndNewListIsNotRemoved) {
   Entry same = entry("ios/ios.iphone-6.9/en-US/01-a.png");
   exportFiles(temp.path(), {same});
   touch(temp.path() / same.path, "new");
-  auto removed = ExportManifest::replace(temp.path(), {same}, {scope()});
+  auto removed = ExportManifest::replace(own(temp.path()), {same}, {scope()});
   EXPECT_TRUE(removed.empty());
   EXPECT_EQ(contents(temp.path() / same.path), "new");
   EXPECT_EQ(ExportManifest::read(temp.path()).files, std::vector<Entry>{same});
@@ -182,9 +185,9 @@ TEST(ExportManifest, PathInOldAndNewListIsNotRemoved) {
 TEST(ExportManifest, ClearOfFolderWithoutManifestRemovesNothing) {
   TempFolder temp;
   touch(temp.path() / "ios/ios.iphone-6.9/en-US/01-a.png");
-  EXPECT_TRUE(ExportManifest::clear(temp.path()).empty());
+  EXPECT_TRUE(ExportManifest::clear(own(temp.path())).empty());
   EXPECT_TRUE(fs::exists(temp.path() / "ios/ios.iphone-6.9/en-US/01-a.png"));
-  EXPECT_TRUE(ExportManifest::clear(temp.path() / "missing").empty());
+  EXPECT_TRUE(ExportManifest::clear(own(temp.path() / "missing")).empty());
 }
 
 TEST(ExportManifest, ClearRemovesListedFilesManifestAndEmptyFolder) {
@@ -194,7 +197,7 @@ TEST(ExportManifest, ClearRemovesListedFilesManifestAndEmptyFolder) {
   Entry b = entry("android/play.phone/ja-JP/01-a.png", "play.phone", "ja-JP");
   exportFiles(look, {a, b});
   touch(look / ".DS_Store");
-  auto removed = ExportManifest::clear(look);
+  auto removed = ExportManifest::clear(own(look));
   EXPECT_EQ(removed, (std::vector<std::string>{a.path, b.path}));
   EXPECT_FALSE(fs::exists(look));
   EXPECT_TRUE(fs::exists(temp.path() / "variants"));
@@ -204,7 +207,7 @@ TEST(ExportManifest, ClearKeepsFolderHoldingUsersFile) {
   TempFolder temp;
   exportFiles(temp.path(), {entry("ios/ios.iphone-6.9/en-US/01-a.png")});
   touch(temp.path() / "notes.txt");
-  ExportManifest::clear(temp.path());
+  ExportManifest::clear(own(temp.path()));
   EXPECT_TRUE(fs::exists(temp.path() / "notes.txt"));
   EXPECT_FALSE(fs::exists(temp.path() / ".vorno-export.json"));
   EXPECT_FALSE(fs::exists(temp.path() / "ios"));
@@ -216,7 +219,7 @@ TEST(ExportManifest, UnreadableManifestRemovesNothing) {
   for (std::string text : {"{not json", R"({"files":[{"path":"ios/ios.iphone-6.9/en-US/01-a.png"}]})",
                            R"({"files":[{"layout":"other","locale":"en-US","path":"ios/ios.iphone-6.9/en-US/01-a.png","target":"ios.iphone-6.9"}]})"}) {
     std::ofstream(temp.path() / ".vorno-export.json") << text;
-    EXPECT_TRUE(ExportManifest::replace(temp.path(), {}, {scope()}).empty()) << text;
+    EXPECT_TRUE(ExportManifest::replace(own(temp.path()), {}, {scope()}).empty()) << text;
     EXPECT_TRUE(fs::exists(temp.path() / "ios/ios.iphone-6.9/en-US/01-a.png")) << text;
   }
 }
@@ -229,7 +232,7 @@ TEST(ExportManifest, FileThatCantBeRemovedFailsAndLeavesManifest) {
   const std::string before = contents(temp.path() / ".vorno-export.json");
   const fs::path locked = temp.path() / "ios/ios.iphone-6.9/en-US";
   ::chmod(locked.c_str(), 0555);
-  EXPECT_THROW(ExportManifest::replace(temp.path(), {}, {scope()}), VornoError);
+  EXPECT_THROW(ExportManifest::replace(own(temp.path()), {}, {scope()}), VornoError);
   ::chmod(locked.c_str(), 0755);
   EXPECT_EQ(contents(temp.path() / ".vorno-export.json"), before);
   EXPECT_TRUE(fs::exists(temp.path() / stuck.path));
@@ -240,7 +243,7 @@ TEST(ExportManifest, EntryNamingAFolderIsNeverRemoved) {
   touch(temp.path() / "mine/photo.jpg");
   std::ofstream(temp.path() / ".vorno-export.json")
       << R"({"files":[{"layout":"vorno","locale":"en-US","path":"mine","target":"ios.iphone-6.9"}]})";
-  EXPECT_TRUE(ExportManifest::replace(temp.path(), {}, {scope()}).empty());
+  EXPECT_TRUE(ExportManifest::replace(own(temp.path()), {}, {scope()}).empty());
   EXPECT_TRUE(fs::exists(temp.path() / "mine/photo.jpg"));
 }
 

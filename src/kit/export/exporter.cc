@@ -183,8 +183,9 @@ struct Written {
 
 // The summary of a run whose files were all written, after the manifest's replacement, which
 // alone removes anything.
-ExportSummary finishRun(const fs::path& folder, ExportLayout layout, std::vector<Written>& written,
+ExportSummary finishRun(const ExportFolder& base, ExportLayout layout, std::vector<Written>& written,
                         std::vector<Issue> issues, const std::set<ExportManifest::Scope>& scopes) {
+  const fs::path folder = base.path();
   ExportSummary summary;
   summary.directory = folder.string();
   std::vector<ExportManifest::Entry> entries;
@@ -193,23 +194,15 @@ ExportSummary finishRun(const fs::path& folder, ExportLayout layout, std::vector
     entries.push_back({job->path, layout, job->target.id, job->locale});
     for (auto& issue : found) issues.push_back(std::move(issue));
   }
-  for (const auto& removed : ExportManifest::replace(folder, entries, scopes))
+  for (const auto& removed : ExportManifest::replace(base, entries, scopes))
     summary.removed.push_back((folder / removed).string());
   summary.issues = Exporter::dedupe(issues);
   return summary;
 }
 
-// Where an export's files go, as a base that is taken as given and a path below it that is
-// walked part by part: the package and "exports/..." for the package's own folders, so that a
-// link planted at exports/ or anywhere below it is seen; a folder of the caller's own as it stands.
-struct WriteBase {
-  fs::path root;
-  fs::path prefix;
-
-  fs::path below(const std::string& path) const { return prefix / path; }
-};
-
-WriteBase writeBase(const fs::path& folder, const FileProjectStore& store) {
+// The export folder `folder` (standardised) as the package and the path below it, when it lies in
+// the package; a folder of the caller's own as it stands.
+ExportFolder exportFolder(const fs::path& folder, const FileProjectStore& store) {
   const fs::path root = standardizePath(store.root());
   const std::string inner = folder.string(), outer = root.string() + "/";
   if (inner.starts_with(outer)) return {root, folder.lexically_relative(root)};
@@ -217,13 +210,13 @@ WriteBase writeBase(const fs::path& folder, const FileProjectStore& store) {
 }
 
 // On record before the first file is placed: a run that stops part-way leaves no file unlisted.
-void announceRun(const WriteBase& base, const fs::path& folder, ExportLayout layout, const std::vector<Job>& jobs,
+void announceRun(const ExportFolder& base, ExportLayout layout, const std::vector<Job>& jobs,
                  const std::vector<Job>& videos) {
   std::vector<ExportManifest::Entry> planned;
   for (const auto* list : {&jobs, &videos})
     for (const Job& job : *list) planned.push_back({job.path, layout, job.target.id, job.locale});
-  removeStaleTemporaries(preparedWritePath(base.root, base.below(ExportManifest::fileName)));
-  ExportManifest::announce(folder, planned);
+  removeStaleTemporaries(preparedWritePath(base.root, base.relative(ExportManifest::fileName)));
+  ExportManifest::announce(base, planned);
 }
 
 // This run is the truth for every target and locale it covered, creative canvases included, so
@@ -244,7 +237,7 @@ struct Exporter::Plan {
   std::vector<StoreTarget> slots, canvases;
   std::vector<std::string> locales;
   fs::path folder;
-  WriteBase base;
+  ExportFolder base;
   std::vector<Job> jobs;
   size_t slideJobs = 0;  // the jobs of slides come first, then those of creatives
   std::vector<Job> videos;
@@ -282,7 +275,7 @@ Exporter::Plan Exporter::plan(const Project& project, const FileProjectStore& st
   plan.locales = locales ? *locales : project.locales;
   const std::vector<std::string>& runLocales = plan.locales;
   plan.folder = standardizePath(into ? *into : store.exportsDir());
-  plan.base = writeBase(plan.folder, store);
+  plan.base = exportFolder(plan.folder, store);
 
   // Every name that becomes part of a path, before anything is drawn or written.
   for (const auto& slide : project.slides) FileName::check(slide.id, "Slide id");
@@ -318,9 +311,9 @@ Exporter::Plan Exporter::plan(const Project& project, const FileProjectStore& st
   // a symbolic link (exports/ios pointing elsewhere) would carry the files, and the removals of
   // the manifest's replacement, outside the package.
   // Only links stop the run here: a file in the way of one job fails that job alone, as it writes.
-  checkedWritePath(plan.base.root, plan.base.below(ExportManifest::fileName));
+  checkedWritePath(plan.base.root, plan.base.relative(ExportManifest::fileName));
   for (const auto* list : {&plan.jobs, &plan.videos})
-    for (const Job& job : *list) refuseLinksOnTheWay(plan.base.root, plan.base.below(job.path));
+    for (const Job& job : *list) refuseLinksOnTheWay(plan.base.root, plan.base.relative(job.path));
   return plan;
 }
 
@@ -358,7 +351,7 @@ ExportSummary Exporter::exportLook(const Plan& plan, const Project& project, con
 
   const size_t files = jobs.size() + videos.size();
 
-  announceRun(plan.base, folder, layout, jobs, videos);
+  announceRun(plan.base, layout, jobs, videos);
 
   std::vector<JobResult> results(jobs.size());
   std::mutex lock;
@@ -371,12 +364,12 @@ ExportSummary Exporter::exportLook(const Plan& plan, const Project& project, con
     const fs::path file = folder / job.path;
     try {
       if (failures[index]) std::rethrow_exception(failures[index]);
-      preparedWritePath(plan.base.root, plan.base.below(job.path));
+      preparedWritePath(plan.base.root, plan.base.relative(job.path));
       removeStaleTemporaries(file);
       const ComposedSlide laid = std::move(composed[index]);
       Image image = SlideRenderer::composite(laid, laid.focusIndex(), 1.0, &layers);
       std::vector<Issue> found = SlideRenderer::report(laid, image).issues;
-      Images::writeBelow(image, plan.base.root, plan.base.below(job.path), Images::ImageType::png);
+      Images::writeBelow(image, plan.base.root, plan.base.relative(job.path), Images::ImageType::png);
       image = Image();  // the pixels go before the read-back
       for (auto& issue : Linter::verifyAsset(file.string(), job.target)) found.push_back(std::move(issue));
       results[index] = {true, std::move(found)};
@@ -401,9 +394,9 @@ ExportSummary Exporter::exportLook(const Plan& plan, const Project& project, con
   for (const Job& video : videos) {
     const fs::path file = folder / video.path;
     try {
-      preparedWritePath(plan.base.root, plan.base.below(video.path));
+      preparedWritePath(plan.base.root, plan.base.relative(video.path));
       videoIssues.push_back(videoExporter.write(
-          project, root, *video.moving, video.locale, file.string(),
+          project, root, *video.moving, video.locale, plan.base.file(video.path),
           [&](int done, int total) {
             if (progress_ && done < total)
               progress_({look, looks, static_cast<double>(finished) + static_cast<double>(done) / total, files,
@@ -419,7 +412,8 @@ ExportSummary Exporter::exportLook(const Plan& plan, const Project& project, con
   std::vector<Written> written;
   for (size_t i = 0; i < jobs.size(); ++i) written.push_back({&jobs[i], std::move(results[i].issues)});
   for (size_t i = 0; i < videos.size(); ++i) written.push_back({&videos[i], std::move(videoIssues[i])});
-  return finishRun(folder, layout, written, std::move(issues), coveredScopes(plan.slots, plan.canvases, runLocales, layout));
+  return finishRun(plan.base, layout, written, std::move(issues),
+                   coveredScopes(plan.slots, plan.canvases, runLocales, layout));
 }
 
 LooksExport Exporter::exportLooks(const Project& project, const FileProjectStore& store,
@@ -467,7 +461,8 @@ LooksExport Exporter::exportLooks(const Project& project, const FileProjectStore
     if (current.count(entry.filename().string())) continue;
     std::error_code notFolder;
     if (!fs::is_directory(fs::symlink_status(entry, notFolder))) continue;
-    for (const auto& removed : ExportManifest::clear(entry)) result.removed.push_back((entry / removed).string());
+    for (const auto& removed : ExportManifest::clear(exportFolder(entry, store)))
+      result.removed.push_back((entry / removed).string());
   }
   return result;
 }

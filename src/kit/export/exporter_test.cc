@@ -13,6 +13,8 @@
 #include <gtest/gtest.h>
 
 #include <algorithm>
+#include <functional>
+#include <iterator>
 #include <set>
 
 #include <fstream>
@@ -343,8 +345,8 @@ TEST_F(ExporterTest, LooksExportBaseAndVariantsAndCleansUpLooksThatAreGone) {
   const fs::path gone = exports() / "variants/gone";
   fs::create_directories(gone / "ios/ios.iphone-6.9/en-US");
   std::ofstream(gone / "ios/ios.iphone-6.9/en-US/01-one.png") << "old";
-  ExportManifest::replace(gone, {{"ios/ios.iphone-6.9/en-US/01-one.png", ExportLayout::vorno, "ios.iphone-6.9", "en-US"}},
-                          {});
+  ExportManifest::replace({store_.root(), "exports/variants/gone"},
+                          {{"ios/ios.iphone-6.9/en-US/01-one.png", ExportLayout::vorno, "ios.iphone-6.9", "en-US"}}, {});
   fs::create_directories(exports() / "variants/mine");
   std::ofstream(exports() / "variants/mine/keep.txt") << "user";
 
@@ -380,6 +382,83 @@ TEST_F(ExporterTest, ReportsProgressAfterEveryFileOneCallAtATime) {
     reported.insert((exports() / reports[i].file).string());
   }
   EXPECT_EQ(reported, std::set<std::string>(summary.files.begin(), summary.files.end()));
+}
+
+// A package whose export folders turn into links to a folder outside it while an export runs, at
+// a moment the export's own progress reports tell; the folder outside holds a canary file.
+class ExporterLinkTest : public ExporterTest {
+ protected:
+  ExporterLinkTest() {
+    fs::create_directories(outside());
+    std::ofstream(outside() / "canary.txt") << "untouched";
+  }
+
+  fs::path outside() const { return folder_.path() / "outside"; }
+
+  // `relative` of the package moves aside to "<relative>-looked-at", and a link to outside takes
+  // its name.
+  void swapForALink(const fs::path& relative) const {
+    fs::rename(store_.root() / relative, store_.root() / (relative.string() + "-looked-at"));
+    fs::create_directory_symlink(outside(), store_.root() / relative);
+  }
+
+  // Swaps `relative` once, at the first progress report that `when` accepts.
+  void swapAt(const fs::path& relative, std::function<bool(const ExportProgress&)> when) {
+    exporter_.reportingProgress([this, relative, when, swapped = false](const ExportProgress& progress) mutable {
+      if (swapped || !when(progress)) return;
+      swapForALink(relative);
+      swapped = true;
+    });
+  }
+
+  // Only the canary outside, with its bytes.
+  void expectOutsideUntouched() const {
+    std::ifstream in(outside() / "canary.txt");
+    EXPECT_EQ(std::string(std::istreambuf_iterator<char>(in), {}), "untouched");
+    for (const auto& entry : fs::directory_iterator(outside()))
+      EXPECT_EQ(entry.path().filename(), "canary.txt") << "written outside the package: " << entry.path();
+  }
+
+  std::string linkRefusal(const fs::path& relative) const {
+    return "The folder " + (store_.root() / relative).string() +
+           " is a symbolic link. Vorno writes only inside the package and never through a link: make it a real "
+           "folder, or remove it, and try again.";
+  }
+
+  // What the run threw, or "" when it didn't.
+  std::string runError(const Project& p, const std::vector<StoreTarget>& targets) {
+    try {
+      run(p, std::vector<std::string>{"en-US"}, targets);
+    } catch (const VornoError& error) {
+      return error.message();
+    }
+    return "";
+  }
+};
+
+TEST_F(ExporterLinkTest, ExportsFolderSwappedForALinkBeforeTheManifestIsRewrittenIsRefusedAndNothingLandsOutside) {
+  // The last picture is written; the manifest's final rewrite comes next.
+  swapAt("exports", [](const ExportProgress& progress) { return progress.finished == progress.files; });
+  EXPECT_EQ(runError(project({"one"}), {small(StoreTarget::iphone69())}), linkRefusal("exports"));
+  expectOutsideUntouched();
+  // The picture and the manifest that announced it stay in the folder that was looked at.
+  const fs::path lookedAt = store_.root() / "exports-looked-at";
+  EXPECT_TRUE(fs::exists(lookedAt / "ios/ios.iphone-6.9/en-US/01-one.png"));
+  ASSERT_EQ(ExportManifest::read(lookedAt).files.size(), 1u);
+  EXPECT_EQ(ExportManifest::read(lookedAt).files[0].path, "ios/ios.iphone-6.9/en-US/01-one.png");
+}
+
+TEST_F(ExporterLinkTest, VideoFolderSwappedForALinkWhileItEncodesKeepsTheVideoInTheFolderLookedAt) {
+  ASSERT_TRUE(testing::ffprobeAvailable()) << "ffprobe is installed by scripts/setup.sh";
+  swapAt("exports/ios/ios.header/en-US", [](const ExportProgress& progress) { return progress.encoding; });
+  EXPECT_EQ(runError(project({}, movingHeader), {small(StoreTarget::appStoreHeader(), 20)}), "");
+  expectOutsideUntouched();
+  const fs::path lookedAt = exports() / "ios/ios.header/en-US-looked-at";
+  testing::VideoProbe video = testing::probeVideo((lookedAt / "wave.mp4").string());
+  ASSERT_TRUE(video.error.empty()) << video.error;
+  EXPECT_EQ(video.frameCount, 8 * 30);
+  for (const auto& entry : fs::directory_iterator(lookedAt))
+    EXPECT_FALSE(entry.path().filename().string().starts_with(".")) << "left behind: " << entry.path();
 }
 
 }  // namespace

@@ -97,6 +97,32 @@ TEST_F(WriteBelow, CopySwappedForALinkAfterTheCheckKeepsTheCopyInTheFolderLooked
   expectOutsideUntouched();
 }
 
+TEST_F(WriteBelow, RenameInAHeldFolderStaysThereWhenTheFolderIsSwappedForALink) {
+  HeldFolder folder = openFolderBelow(root_, "renders/a.png");
+  atomicWriteInto(folder.open(), ".a.png.staged", "picture");
+  swapRendersForALink();
+  renameInto(folder.open(), ".a.png.staged", "a.png");
+  EXPECT_EQ(slurp(root_ / "renders-looked-at" / "a.png"), "picture");
+  EXPECT_FALSE(fs::exists(root_ / "renders-looked-at" / ".a.png.staged"));
+  expectOutsideUntouched();
+}
+
+TEST_F(WriteBelow, RenameOntoALinkIsRefusedAndTheLinkStays) {
+  HeldFolder folder = openFolderBelow(root_, "renders/a.png");
+  atomicWriteInto(folder.open(), ".a.png.staged", "picture");
+  fs::create_symlink(outside_ / "canary.txt", root_ / "renders" / "a.png");
+  try {
+    renameInto(folder.open(), ".a.png.staged", "a.png");
+    ADD_FAILURE() << "renamed over a link";
+  } catch (const VornoError& error) {
+    EXPECT_EQ(error.message(), (root_ / "renders" / "a.png").string() +
+                                   " is a symbolic link. Vorno writes only inside the package and never through a "
+                                   "link: remove the link and try again.");
+  }
+  EXPECT_TRUE(fs::is_symlink(root_ / "renders" / "a.png"));
+  expectOutsideUntouched();
+}
+
 TEST_F(WriteBelow, FolderThatIsALinkWhenTheWriteBeginsIsRefused) {
   swapRendersForALink();
   try {

@@ -13,6 +13,7 @@
 #include <sys/stat.h>
 
 #include <cerrno>
+#include <cstdio>
 
 namespace vorno {
 
@@ -161,19 +162,28 @@ void checkFileIn(int folder, const fs::path& at, std::string_view within) {
 
 }  // namespace
 
+HeldFolder openFolderBelow(const fs::path& base, const fs::path& relative, std::string_view within) {
+  HeldFolder folder{openFolderOf(base, relative, within), (base / relative).parent_path()};
+  checkFileIn(folder.descriptor.get(), base / relative, within);
+  return folder;
+}
+
+void renameInto(const OpenFolder& folder, const std::string& from, const std::string& to, std::string_view within) {
+  const fs::path target = folder.path / to;
+  checkFileIn(folder.fd, target, within);
+  if (::renameat(folder.fd, from.c_str(), folder.fd, to.c_str()) != 0)
+    throw VornoError::io("Couldn't write " + target.string() + ": " + errorText(errno) + ".");
+}
+
 void writeFileBelow(const fs::path& base, const fs::path& relative, std::string_view bytes, Durability durability,
                     std::string_view within) {
-  FileDescriptor folder = openFolderOf(base, relative, within);
-  const fs::path file = base / relative;
-  checkFileIn(folder.get(), file, within);
-  atomicWriteInto({folder.get(), file.parent_path()}, file.filename().string(), bytes, durability);
+  HeldFolder folder = openFolderBelow(base, relative, within);
+  atomicWriteInto(folder.open(), relative.filename().string(), bytes, durability);
 }
 
 void copyFileBelow(const fs::path& source, const fs::path& base, const fs::path& relative, std::string_view within) {
-  FileDescriptor folder = openFolderOf(base, relative, within);
-  const fs::path file = base / relative;
-  checkFileIn(folder.get(), file, within);
-  atomicCopyInto(source, {folder.get(), file.parent_path()}, file.filename().string());
+  HeldFolder folder = openFolderBelow(base, relative, within);
+  atomicCopyInto(source, folder.open(), relative.filename().string());
 }
 
 std::string notAFileKind(mode_t mode) {

@@ -14,6 +14,7 @@
 #pragma once
 
 #include "kit/util/atomic_write.h"
+#include "kit/util/file_descriptor.h"
 
 #include <sys/types.h>
 
@@ -57,6 +58,37 @@ void writeFileBelow(const std::filesystem::path& base, const std::filesystem::pa
 /// The same with the bytes of the regular file `source` (streamed, keeping its permission bits).
 void copyFileBelow(const std::filesystem::path& source, const std::filesystem::path& base,
                    const std::filesystem::path& relative, std::string_view within = "the package");
+
+/// A file to be written below a folder: `relative` is walked from `base` part by part without
+/// following a link, as writeFileBelow walks it. A path of the caller's own elsewhere (a --out)
+/// is its folder and its name.
+struct FileBelow {
+  std::filesystem::path base;
+  std::filesystem::path relative;
+
+  std::filesystem::path path() const { return base / relative; }
+  bool operator==(const FileBelow&) const = default;
+};
+
+/// A folder held open to write into, and its path for messages.
+struct HeldFolder {
+  FileDescriptor descriptor;
+  std::filesystem::path path;
+
+  OpenFolder open() const { return {descriptor.get(), path}; }
+};
+
+/// The folder that will hold `relative`'s file, reached and made exactly as writeFileBelow reaches
+/// it, with the file's place in it checked: nothing yet, or a regular file. For a writer that makes
+/// and renames its file itself (a video, a staged asset): whatever it names relative to the held
+/// folder stays in the folder that was looked at.
+HeldFolder openFolderBelow(const std::filesystem::path& base, const std::filesystem::path& relative,
+                           std::string_view within = "the package");
+
+/// Renames `from` over `to`, both in `folder`, once `to` is seen to be nothing yet or a regular
+/// file. Throws VornoError::io "Couldn't write <folder>/<to>: <reason>." when the rename fails.
+void renameInto(const OpenFolder& folder, const std::string& from, const std::string& to,
+                std::string_view within = "the package");
 
 /// What a file's mode names, in a user's words ("a folder", "a named pipe"); empty for a regular
 /// file.

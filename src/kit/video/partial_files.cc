@@ -1,21 +1,21 @@
 #include "kit/video/partial_files.h"
 
+#include <dirent.h>
+#include <fcntl.h>
 #include <signal.h>
 #include <unistd.h>
 
 #include <atomic>
 #include <cerrno>
 #include <charconv>
-#include <string>
-#include <system_error>
+#include <memory>
+#include <vector>
 
 namespace vorno::PartialFiles {
 
 namespace {
 
-namespace fs = std::filesystem;
-
-std::string prefixOf(const fs::path& target) { return "." + target.filename().string() + ".partial-"; }
+std::string prefixOf(const std::string& name) { return "." + name + ".partial-"; }
 
 // The process id at the start of "<pid>-<counter>"; 0 when the name isn't ours.
 pid_t processOf(const std::string& suffix) {
@@ -27,25 +27,35 @@ pid_t processOf(const std::string& suffix) {
 
 bool isAlive(pid_t pid) { return ::kill(pid, 0) == 0 || errno == EPERM; }
 
-}  // namespace
-
-fs::path create(const fs::path& target) {
-  static std::atomic<unsigned> counter{0};
-  std::string name = prefixOf(target) + std::to_string(::getpid()) + "-" + std::to_string(counter++);
-  return target.parent_path() / name;
+// The names in the open folder; none when it can't be listed (a sweep that finds nothing).
+std::vector<std::string> namesIn(int folder) {
+  std::vector<std::string> names;
+  const int listing = ::fcntl(folder, F_DUPFD_CLOEXEC, 0);  // closedir closes what it was given
+  if (listing < 0) return names;
+  std::unique_ptr<DIR, int (*)(DIR*)> directory(::fdopendir(listing), ::closedir);
+  if (!directory) {
+    ::close(listing);
+    return names;
+  }
+  ::rewinddir(directory.get());  // the duplicate shares its position with the writer's descriptor
+  while (const dirent* entry = ::readdir(directory.get())) names.emplace_back(entry->d_name);
+  return names;
 }
 
-void removeStale(const fs::path& target) {
-  std::string prefix = prefixOf(target);
-  fs::path folder = target.parent_path().empty() ? fs::path(".") : target.parent_path();
-  std::error_code error;
-  for (fs::directory_iterator it(folder, error), end; !error && it != end; it.increment(error)) {
-    std::string name = it->path().filename().string();
-    if (name.compare(0, prefix.size(), prefix) != 0) continue;
-    pid_t pid = processOf(name.substr(prefix.size()));
+}  // namespace
+
+std::string create(const std::string& name) {
+  static std::atomic<unsigned> counter{0};
+  return prefixOf(name) + std::to_string(::getpid()) + "-" + std::to_string(counter++);
+}
+
+void removeStale(int folder, const std::string& name) {
+  const std::string prefix = prefixOf(name);
+  for (const std::string& each : namesIn(folder)) {
+    if (each.compare(0, prefix.size(), prefix) != 0) continue;
+    pid_t pid = processOf(each.substr(prefix.size()));
     if (pid == 0 || isAlive(pid)) continue;
-    std::error_code ignored;
-    fs::remove(it->path(), ignored);
+    ::unlinkat(folder, each.c_str(), 0);  // best effort: a partial file left over is harmless
   }
 }
 

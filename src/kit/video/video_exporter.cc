@@ -12,6 +12,7 @@
 #include "kit/render/layer_cache.h"
 #include "kit/util/thread_pool.h"
 #include "kit/util/vorno_error.h"
+#include "kit/util/write_paths.h"
 #include "kit/video/batch_encoder.h"
 #include "kit/video/video_writer.h"
 
@@ -46,7 +47,7 @@ Image VideoExporter::loopPicture(const MotionFrame& frame, const Project& projec
 }
 
 std::vector<Issue> VideoExporter::write(const Project& project, const std::string& root, const Creative& creative,
-                                        const std::string& locale, const std::string& file,
+                                        const std::string& locale, const FileBelow& file,
                                         const Progress& progress, const StoreTarget* given) const {
   const StoreTarget* canvas = StoreTarget::canvas(creative.canvas);
   if (!canvas)

@@ -4,7 +4,7 @@
 //
 //   VideoExporter exporter;
 //   std::vector<Issue> issues = exporter.write(project, root, *project.creative("header"), "en-US",
-//                                              "renders/header.mp4", [](int done, int total) { ... });
+//                                              {root, "renders/header.mp4"}, [](int done, int total) { ... });
 #pragma once
 
 #include "kit/model/issue.h"
@@ -18,6 +18,7 @@
 namespace vorno {
 
 struct Creative;
+struct FileBelow;
 struct MotionFrame;
 class LayerCache;
 struct Project;
@@ -35,12 +36,12 @@ class VideoExporter {
 
   explicit VideoExporter(MotionRenderer motion = MotionRenderer()) : motion_(std::move(motion)) {}
 
-  /// Renders and encodes the loop into `file`, and returns what the loop check found. Throws
-  /// invalid for an unknown canvas, a creative without motion or the universal canvas, and
-  /// what rendering and encoding throw. `canvas` overrides the creative's own (an export may draw
-  /// it smaller).
+  /// Renders and encodes the loop into `file` (its folders below its base reached without
+  /// following a link), and returns what the loop check found. Throws invalid for an unknown
+  /// canvas, a creative without motion or the universal canvas, and what rendering and encoding
+  /// throw. `canvas` overrides the creative's own (an export may draw it smaller).
   std::vector<Issue> write(const Project& project, const std::string& root, const Creative& creative,
-                           const std::string& locale, const std::string& file, const Progress& progress = {},
+                           const std::string& locale, const FileBelow& file, const Progress& progress = {},
                            const StoreTarget* canvas = nullptr) const;
 
   /// The video's pixel size on a canvas: the canvas's own, except search results, whose video is

@@ -4,6 +4,7 @@
 #include "kit/model/project.h"
 #include "kit/model/store_target.h"
 #include "kit/util/vorno_error.h"
+#include "kit/util/write_paths.h"
 #include "tests/ffprobe.h"
 #include "tests/creative_project.h"
 #include "tests/temp_folder.h"
@@ -50,8 +51,8 @@ class VideoExporterTest : public ::testing::Test {
 
   std::vector<Issue> write(const Project& project, const StoreTarget* canvas = nullptr,
                            const VideoExporter::Progress& progress = {}) {
-    return exporter_.write(project, folder_.path().string(), project.creatives.front(), "en-US", file(), progress,
-                           canvas);
+    return exporter_.write(project, folder_.path().string(), project.creatives.front(), "en-US",
+                           {folder_.path(), "loop.mp4"}, progress, canvas);
   }
   std::string file() const { return (folder_.path() / "loop.mp4").string(); }
 

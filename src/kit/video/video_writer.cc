@@ -11,7 +11,10 @@
 #include "kit/image/ffmpeg_log.h"
 #include "kit/video/frame_converter.h"
 #include "kit/video/partial_files.h"
+#include "kit/util/file_descriptor.h"
+#include "kit/util/paths.h"
 #include "kit/util/vorno_error.h"
+#include "kit/util/write_paths.h"
 
 extern "C" {
 #include <libavcodec/avcodec.h>
@@ -19,7 +22,11 @@ extern "C" {
 #include <libavutil/opt.h>
 }
 
+#include <fcntl.h>
+#include <unistd.h>
+
 #include <algorithm>
+#include <cerrno>
 #include <cstdio>
 #include <filesystem>
 #include <system_error>
@@ -46,11 +53,30 @@ VornoError cantWrite(int width, int height) {
   return VornoError::io("Can't write a " + sizeText(width, height) + " H.264 video on this machine.");
 }
 
+// What no encoder takes, refused before anything is made on disk.
+void checkShape(int width, int height, int fps) {
+  // yuv420p keeps one colour sample per 2 × 2 pixels, so H.264 in it has even sides only.
+  // Rounding a picture the user sized would change what they asked for; saying so is better.
+  if (width <= 0 || height <= 0 || width % 2 || height % 2 || width > 16384 || height > 16384)
+    throw cantWrite(width, height);
+  if (fps <= 0 || fps > 1000)
+    throw VornoError::io("Couldn't start the video: " + std::to_string(fps) + " frames a second isn't a frame rate.");
+}
+
+// FFmpeg opens its output by name, and opens it again to read it back when it moves the index in
+// front of the media data. Both go through this name of the partial file's own descriptor, which
+// is that very file whatever becomes of the folder's path meanwhile (moved, or a link put in its
+// place): the video is written where the folder was looked at.
+std::string nameOfDescriptor(int fd) { return "/proc/self/fd/" + std::to_string(fd); }
+
 }  // namespace
 
 struct VideoWriter::Encoder {
-  std::string path;
-  fs::path temporary;
+  std::string path;          // for messages
+  HeldFolder folder;         // where the video goes, held open from the start
+  std::string name;          // the video's name in it
+  std::string partialName;   // the hidden file it is written into until finish
+  FileDescriptor partial;
   int width = 0, height = 0, fps = 0;
   AVFormatContext* format = nullptr;
   AVCodecContext* codec = nullptr;
@@ -70,12 +96,12 @@ struct VideoWriter::Encoder {
       avformat_free_context(format);
     }
     // An unfinished video is of no use to anyone; a process killed before this point leaves its
-    // temporary file, which the next writer at this path removes.
-    if (!finished && !temporary.empty()) {
-      std::error_code ignored;
-      fs::remove(temporary, ignored);
-    }
+    // partial file, which the next writer of this video removes.
+    if (!finished && !partialName.empty()) ::unlinkat(folder.descriptor.get(), partialName.c_str(), 0);
   }
+
+  void begin(HeldFolder into, const std::string& videoName, int videoWidth, int videoHeight, int videoFPS);
+  void startEncoder(const std::string& url);
 
   // Hands the encoder's finished packets to the muxer; false with `error` set on failure.
   bool drain(int& error) {
@@ -106,38 +132,59 @@ int64_t VideoWriter::averageBitRate(int width, int height, int fps) {
 }
 
 VideoWriter::VideoWriter(std::string path, int width, int height, int fps) : encoder_(std::make_unique<Encoder>()) {
-  Encoder& e = *encoder_;
-  e.path = std::move(path);
-  e.width = width;
-  e.height = height;
-  e.fps = fps;
-  // yuv420p keeps one colour sample per 2 × 2 pixels, so H.264 in it has even sides only.
-  // Rounding a picture the user sized would change what they asked for; saying so is better.
-  if (width <= 0 || height <= 0 || width % 2 || height % 2 || width > 16384 || height > 16384)
-    throw cantWrite(width, height);
-  if (fps <= 0 || fps > 1000)
-    throw VornoError::io("Couldn't start the video: " + std::to_string(fps) + " frames a second isn't a frame rate.");
-
-  if (e.path.empty()) throw VornoError::io("Couldn't start the video: it has no file name.");
+  checkShape(width, height, fps);
+  if (path.empty()) throw VornoError::io("Couldn't start the video: it has no file name.");
   std::error_code error;
-  if (fs::is_directory(e.path, error))
-    throw VornoError::io("Couldn't start the video: " + e.path + " is a folder.");
-  fs::remove(e.path, error);
-  PartialFiles::removeStale(e.path);
-  e.temporary = PartialFiles::create(e.path);
+  if (fs::is_directory(path, error)) throw VornoError::io("Couldn't start the video: " + path + " is a folder.");
+  // The caller's own path: its folder is taken as named, links on the way followed.
+  const fs::path target(path);
+  const fs::path parent = target.parent_path().empty() ? fs::path(".") : target.parent_path();
+  FileDescriptor folder(::open(parent.c_str(), O_RDONLY | O_DIRECTORY | O_CLOEXEC));
+  if (!folder.valid()) throw VornoError::io("Couldn't start the video: " + errorText(errno) + ".");
+  encoder_->begin({std::move(folder), target.parent_path()}, target.filename().string(), width, height, fps);
+}
 
+VideoWriter::VideoWriter(const FileBelow& file, int width, int height, int fps)
+    : encoder_(std::make_unique<Encoder>()) {
+  checkShape(width, height, fps);
+  encoder_->begin(openFolderBelow(file.base, file.relative), file.relative.filename().string(), width, height, fps);
+}
+
+void VideoWriter::Encoder::begin(HeldFolder into, const std::string& videoName, int videoWidth, int videoHeight,
+                                 int videoFPS) {
+  folder = std::move(into);
+  name = videoName;
+  path = (folder.path / name).string();
+  width = videoWidth;
+  height = videoHeight;
+  fps = videoFPS;
+  const int at = folder.descriptor.get();
+  ::unlinkat(at, name.c_str(), 0);  // an older video goes now; what can't go fails the rename at the end
+  PartialFiles::removeStale(at, name);
+  partialName = PartialFiles::create(name);
+  partial = FileDescriptor(
+      ::openat(at, partialName.c_str(), O_WRONLY | O_CREAT | O_EXCL | O_NOFOLLOW | O_CLOEXEC, 0666));
+  if (!partial.valid()) {
+    const int failure = errno;
+    partialName.clear();
+    throw VornoError::io("Couldn't start the video: " + errorText(failure) + ".");
+  }
+  startEncoder(nameOfDescriptor(partial.get()));
+}
+
+void VideoWriter::Encoder::startEncoder(const std::string& url) {
   quietFFmpegLog();
   const AVCodec* h264 = avcodec_find_encoder_by_name("libx264");
   if (!h264) throw cantWrite(width, height);
-  if (avformat_alloc_output_context2(&e.format, nullptr, "mp4", e.temporary.c_str()) < 0 || !e.format)
+  if (avformat_alloc_output_context2(&format, nullptr, "mp4", url.c_str()) < 0 || !format)
     throw VornoError::io("Couldn't start the video: unknown error.");
-  e.codec = avcodec_alloc_context3(h264);
-  e.stream = avformat_new_stream(e.format, nullptr);
-  e.frame = av_frame_alloc();
-  e.packet = av_packet_alloc();
-  if (!e.codec || !e.stream || !e.frame || !e.packet) throw VornoError::io("Couldn't start the video: out of memory.");
+  codec = avcodec_alloc_context3(h264);
+  stream = avformat_new_stream(format, nullptr);
+  frame = av_frame_alloc();
+  packet = av_packet_alloc();
+  if (!codec || !stream || !frame || !packet) throw VornoError::io("Couldn't start the video: out of memory.");
 
-  AVCodecContext* c = e.codec;
+  AVCodecContext* c = codec;
   c->width = width;
   c->height = height;
   c->pix_fmt = AV_PIX_FMT_YUV420P;
@@ -150,25 +197,25 @@ VideoWriter::VideoWriter(std::string path, int width, int height, int fps) : enc
   c->colorspace = AVCOL_SPC_BT709;
   c->color_range = AVCOL_RANGE_MPEG;
   c->thread_count = static_cast<int>(std::max(1u, std::thread::hardware_concurrency()));
-  if (e.format->oformat->flags & AVFMT_GLOBALHEADER) c->flags |= AV_CODEC_FLAG_GLOBAL_HEADER;
+  if (format->oformat->flags & AVFMT_GLOBALHEADER) c->flags |= AV_CODEC_FLAG_GLOBAL_HEADER;
   av_opt_set(c->priv_data, "preset", encoderPreset, 0);
   av_opt_set(c->priv_data, "profile", "high", 0);
   av_opt_set(c->priv_data, "x264-params", encoderParameters, 0);
   if (avcodec_open2(c, h264, nullptr) < 0) throw cantWrite(width, height);
 
-  e.stream->time_base = {1, fps};
-  e.stream->avg_frame_rate = {fps, 1};
-  if (avcodec_parameters_from_context(e.stream->codecpar, c) < 0)
+  stream->time_base = {1, fps};
+  stream->avg_frame_rate = {fps, 1};
+  if (avcodec_parameters_from_context(stream->codecpar, c) < 0)
     throw VornoError::io("Couldn't start the video: unknown error.");
 
-  e.frame->format = AV_PIX_FMT_YUV420P;
-  e.frame->width = width;
-  e.frame->height = height;
-  int status = av_frame_get_buffer(e.frame, 0);
+  frame->format = AV_PIX_FMT_YUV420P;
+  frame->width = width;
+  frame->height = height;
+  int status = av_frame_get_buffer(frame, 0);
   if (status < 0) throw VornoError::io("Couldn't start the video: " + ffmpegErrorText(status) + ".");
-  e.converter = std::make_unique<FrameConverter>(width, height);
+  converter = std::make_unique<FrameConverter>(width, height);
 
-  status = avio_open(&e.format->pb, e.temporary.c_str(), AVIO_FLAG_WRITE);
+  status = avio_open(&format->pb, url.c_str(), AVIO_FLAG_WRITE);
   if (status < 0) throw VornoError::io("Couldn't start the video: " + ffmpegErrorText(status) + ".");
   AVDictionary* options = nullptr;
   // The index in front of the media data: a browser starts playing before the file has arrived.
@@ -179,7 +226,7 @@ VideoWriter::VideoWriter(std::string path, int width, int height, int fps) : enc
   int timescale = fps;
   while (timescale < 10000) timescale *= 2;
   av_dict_set_int(&options, "movie_timescale", timescale, 0);
-  status = avformat_write_header(e.format, &options);
+  status = avformat_write_header(format, &options);
   av_dict_free(&options);
   if (status < 0) throw VornoError::io("Couldn't start the video: " + ffmpegErrorText(status) + ".");
 }
@@ -211,9 +258,11 @@ void VideoWriter::finish() {
   if (status < 0) throw VornoError::io("Couldn't finish the video: " + ffmpegErrorText(status) + ".");
   status = avio_closep(&e.format->pb);
   if (status < 0) throw VornoError::io("Couldn't finish the video: " + ffmpegErrorText(status) + ".");
-  std::error_code error;
-  fs::rename(e.temporary, e.path, error);
-  if (error) throw VornoError::io("Couldn't finish the video: " + error.message() + ".");
+  // Renamed inside the folder held since the start. A rename replaces whatever is at the name
+  // (a link included) and never writes through it.
+  const int at = e.folder.descriptor.get();
+  if (::renameat(at, e.partialName.c_str(), at, e.name.c_str()) != 0)
+    throw VornoError::io("Couldn't finish the video: " + errorText(errno) + ".");
   e.finished = true;
 }
 

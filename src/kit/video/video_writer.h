@@ -16,12 +16,20 @@
 
 namespace vorno {
 
+struct FileBelow;
+
 class VideoWriter {
  public:
   /// Removes any file at `path` and starts a video of that size and frame rate. Throws
   /// VornoError::io "Can't write a <w>x<h> H.264 video on this machine." when the encoder can't
-  /// take that size (yuv420p needs even sides), or "Couldn't start the video: <error>."
+  /// take that size (yuv420p needs even sides), or "Couldn't start the video: <error>." `path` is
+  /// the caller's own: its folder must exist, and is taken as named.
   VideoWriter(std::string path, int width, int height, int fps);
+  /// The same at `file` below its base: the folders on the way reached and made as writeFileBelow
+  /// reaches them (never through a link; a link or anything but a regular file where the video
+  /// goes is refused with its sentences), and the last one held open until finish, so the video
+  /// is written and renamed in the folder that was looked at.
+  VideoWriter(const FileBelow& file, int width, int height, int fps);
   ~VideoWriter();
   VideoWriter(const VideoWriter&) = delete;
   VideoWriter& operator=(const VideoWriter&) = delete;

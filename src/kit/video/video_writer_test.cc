@@ -1,6 +1,7 @@
 #include "kit/video/video_writer.h"
 
 #include "kit/util/vorno_error.h"
+#include "kit/util/write_paths.h"
 #include "tests/ffprobe.h"
 #include "tests/temp_folder.h"
 #include "tests/video_pictures.h"
@@ -12,6 +13,7 @@
 #include <filesystem>
 #include <fstream>
 #include <functional>
+#include <iterator>
 
 namespace vorno::video_writer_test {
 namespace {
@@ -207,6 +209,83 @@ TEST(VideoWriter, APictureOfAnotherSizeIsScaledToTheVideo) {
   EXPECT_EQ(probe.width, 96);
   EXPECT_EQ(probe.height, 64);
   EXPECT_EQ(probe.frameCount, 2);
+}
+
+// A video below a package, with a folder outside it holding a canary file.
+class VideoWriterBelow : public ::testing::Test {
+ protected:
+  VideoWriterBelow() {
+    fs::create_directories(outside());
+    std::ofstream(outside() / "canary.txt") << "untouched";
+  }
+
+  fs::path root() const { return folder_.path() / "Set.vorno"; }
+  fs::path outside() const { return folder_.path() / "outside"; }
+
+  // renders/ moves aside to renders-looked-at, and a link to outside takes its name.
+  void swapRendersForALink() const {
+    fs::rename(root() / "renders", root() / "renders-looked-at");
+    fs::create_directory_symlink(outside(), root() / "renders");
+  }
+
+  // Only the canary outside, with its bytes.
+  void expectOutsideUntouched() const {
+    std::ifstream in(outside() / "canary.txt");
+    EXPECT_EQ(std::string(std::istreambuf_iterator<char>(in), {}), "untouched");
+    for (const auto& entry : fs::directory_iterator(outside()))
+      EXPECT_EQ(entry.path().filename(), "canary.txt") << "written outside the package: " << entry.path();
+  }
+
+  TempFolder folder_;
+};
+
+TEST_F(VideoWriterBelow, MakesTheMissingFoldersAndLeavesOnlyTheVideo) {
+  REQUIRE_FFPROBE();
+  {
+    VideoWriter writer(FileBelow{root(), "renders/loops/loop.mp4"}, 64, 48, 10);
+    for (int i = 0; i < 3; ++i) writer.append(solidPicture(64, 48, {40 * i, 20, 30}));
+    writer.finish();
+  }
+  EXPECT_EQ(probeVideo((root() / "renders/loops/loop.mp4").string()).frameCount, 3);
+  EXPECT_EQ(std::distance(fs::directory_iterator(root() / "renders/loops"), fs::directory_iterator()), 1);
+}
+
+TEST_F(VideoWriterBelow, FolderSwappedForALinkWhileEncodingKeepsTheVideoInTheFolderLookedAt) {
+  REQUIRE_FFPROBE();
+  {
+    VideoWriter writer(FileBelow{root(), "renders/loop.mp4"}, 64, 48, 10);
+    writer.append(solidPicture(64, 48, {10, 20, 30}));
+    swapRendersForALink();
+    for (int i = 1; i < 5; ++i) writer.append(solidPicture(64, 48, {40 * i, 20, 30}));
+    writer.finish();
+  }
+  VideoProbe probe = probeVideo((root() / "renders-looked-at/loop.mp4").string());
+  ASSERT_TRUE(probe.error.empty()) << probe.error;
+  EXPECT_EQ(probe.frameCount, 5);
+  EXPECT_TRUE(probe.moovBeforeMdat);  // the index was moved in front inside the folder looked at, too
+  EXPECT_EQ(std::distance(fs::directory_iterator(root() / "renders-looked-at"), fs::directory_iterator()), 1);
+  expectOutsideUntouched();
+}
+
+TEST_F(VideoWriterBelow, FolderThatIsALinkWhenTheVideoStartsIsRefused) {
+  fs::create_directories(root() / "renders");
+  swapRendersForALink();
+  EXPECT_EQ(testing::errorOf([&] { VideoWriter(FileBelow{root(), "renders/loop.mp4"}, 64, 48, 10); }),
+            "The folder " + (root() / "renders").string() +
+                " is a symbolic link. Vorno writes only inside the package and never through a link: make it a real "
+                "folder, or remove it, and try again.");
+  expectOutsideUntouched();
+}
+
+TEST_F(VideoWriterBelow, VideoThatIsALinkIsRefusedAndWhatItPointsAtKeepsItsBytes) {
+  fs::create_directories(root() / "renders");
+  fs::create_symlink(outside() / "canary.txt", root() / "renders" / "loop.mp4");
+  EXPECT_EQ(testing::errorOf([&] { VideoWriter(FileBelow{root(), "renders/loop.mp4"}, 64, 48, 10); }),
+            (root() / "renders/loop.mp4").string() +
+                " is a symbolic link. Vorno writes only inside the package and never through a link: remove the "
+                "link and try again.");
+  EXPECT_TRUE(fs::is_symlink(root() / "renders" / "loop.mp4"));
+  expectOutsideUntouched();
 }
 
 }  // namespace

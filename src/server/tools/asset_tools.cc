@@ -4,6 +4,8 @@
 // A new asset is first written under a hidden name beside its place and checked there; only a
 // file that reads as what it claims to be is renamed into place. So a failed call never replaces
 // a good asset of the same name, and nothing half-checked is left for a render to find.
+#include <unistd.h>
+
 #include <algorithm>
 #include <cctype>
 #include <cmath>
@@ -53,36 +55,44 @@ bool isPNG(const fs::path& path) {
 }
 
 /// A hidden file beside `final` that keeps its extension (the vector readers go by it); removed
-/// when the call fails before `commit`.
+/// when the call fails before `commit`. The folder it is staged in is held open from the write to
+/// the commit, so the asset is renamed into place in the folder that was looked at, whatever link
+/// took that folder's name while the staged file was being checked.
 class Staged {
  public:
   /// Stages `relative` below the package `base`, beside where it goes.
   Staged(const fs::path& base, const fs::path& relative)
       : base_(base),
-        final_(base / relative),
-        staging_(relative.parent_path() / ("." + randomUUID() + "-" + relative.filename().string())) {}
+        relative_(relative),
+        stagingName_("." + randomUUID() + "-" + relative.filename().string()) {}
   ~Staged() {
-    std::error_code ignored;
-    if (!committed_) fs::remove(path(), ignored);
+    if (!committed_ && folder_.descriptor.valid()) ::unlinkat(folder_.descriptor.get(), stagingName_.c_str(), 0);
   }
   Staged(const Staged&) = delete;
   Staged& operator=(const Staged&) = delete;
 
-  fs::path path() const { return base_ / staging_; }
+  fs::path path() const { return base_ / relative_.parent_path() / stagingName_; }
   // Both reach the staging file's folder from the package without following a link.
-  void write(std::string_view bytes) const { writeFileBelow(base_, staging_, bytes); }
-  void copy(const fs::path& source) const { copyFileBelow(source, base_, staging_); }
+  void write(std::string_view bytes) {
+    open();
+    atomicWriteInto(folder_.open(), stagingName_, bytes);
+  }
+  void copy(const fs::path& source) {
+    open();
+    atomicCopyInto(source, folder_.open(), stagingName_);
+  }
   void commit() {
-    std::error_code error;
-    fs::rename(path(), final_, error);
-    if (error) throw VornoError::io("Couldn't write " + final_.string() + ": " + error.message() + ".");
+    renameInto(folder_.open(), stagingName_, relative_.filename().string());
     committed_ = true;
   }
 
  private:
+  void open() { folder_ = openFolderBelow(base_, relative_.parent_path() / stagingName_); }
+
   fs::path base_;
-  fs::path final_;
-  fs::path staging_;
+  fs::path relative_;
+  std::string stagingName_;
+  HeldFolder folder_;
   bool committed_ = false;
 };
 

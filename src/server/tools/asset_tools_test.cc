@@ -2,8 +2,12 @@
 #include <gtest/gtest.h>
 
 #include <fstream>
+#include <functional>
 #include <sstream>
+#include <string>
+#include <utility>
 
+#include "kit/util/atomic_write.h"
 #include "server/tool_test_support.h"
 
 namespace vorno::asset_tools_test {
@@ -229,6 +233,57 @@ TEST(AssetAddTool, LogsTheAssetsName) {
   std::string line;
   ASSERT_TRUE(std::getline(log, line));
   EXPECT_EQ(nlohmann::json::parse(line)["summary"], "Added asset logo.svg");
+}
+
+// Runs `act` once, when a write of a file whose name ends in `suffix` has renamed it into place;
+// leaves the hook as it found it.
+class WhenWritten {
+ public:
+  WhenWritten(std::string suffix, std::function<void()> act) {
+    suffix_ = std::move(suffix);
+    act_ = std::move(act);
+    atomicWriteStepHook = [](const fs::path& target, const fs::path&, WriteStep step) {
+      if (step != WriteStep::renamed || !act_ || !target.filename().string().ends_with(suffix_)) return;
+      std::exchange(act_, nullptr)();
+    };
+  }
+  ~WhenWritten() {
+    atomicWriteStepHook = nullptr;
+    act_ = nullptr;
+  }
+  bool happened() const { return !act_; }
+
+ private:
+  static inline std::string suffix_;
+  static inline std::function<void()> act_;
+};
+
+// The image is staged beside its place and checked; before it is renamed into place, assets/
+// becomes a link to a folder outside the package.
+TEST(AssetAddTool, AssetsFolderSwappedForALinkBeforeTheRenameKeepsTheAssetInTheFolderLookedAt) {
+  ToolHarness harness;
+  const fs::path package = harness.package();
+  const fs::path outside = harness.folder() / "outside";
+  fs::create_directories(outside);
+  std::ofstream(outside / "canary.txt") << "untouched";
+  fs::create_directories(package / "assets");
+  writePNG(harness.folder() / "logo.png", 10, 10);
+  WhenWritten swap("-logo.png", [&] {
+    fs::rename(package / "assets", package / "assets-looked-at");
+    fs::create_directory_symlink(outside, package / "assets");
+  });
+  auto result = harness.call(
+      "asset_add", assetCall(package.string(), R"("name": "logo.png", "source_path": ")" +
+                                                   (harness.folder() / "logo.png").string() + "\""));
+  ASSERT_TRUE(swap.happened()) << "the image was never staged";
+  EXPECT_FALSE(result.isError) << result.text(0);
+  EXPECT_EQ(contents(package / "assets-looked-at" / "logo.png"), contents(harness.folder() / "logo.png"));
+  int entries = 0;  // the asset alone: no staged file left beside it
+  for ([[maybe_unused]] const auto& entry : fs::directory_iterator(package / "assets-looked-at")) ++entries;
+  EXPECT_EQ(entries, 1);
+  EXPECT_EQ(contents(outside / "canary.txt"), "untouched");
+  for (const auto& entry : fs::directory_iterator(outside))
+    EXPECT_EQ(entry.path().filename(), "canary.txt") << "written outside the package: " << entry.path();
 }
 
 }  // namespace
