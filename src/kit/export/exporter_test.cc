@@ -143,8 +143,9 @@ TEST_F(ExporterTest, WritesEveryFileInJobOrderAtExactSizeWithManifest) {
     const StoreTarget& target = i < 4 ? slots()[0] : slots()[1];
     EXPECT_EQ(*size, (Size{double(target.width), double(target.height)})) << expected[i];
   }
-  EXPECT_EQ(ExportManifest::read(exports()).files.size(), 8u);
-  EXPECT_EQ(ExportManifest::read(exports()).files[4],
+  const ExportManifest manifest = ExportManifest::read(exports());
+  ASSERT_EQ(manifest.files.size(), 8u);
+  EXPECT_EQ(manifest.files[4],
             (ExportManifest::Entry{"android/play.phone/en-US/01-one.png", ExportLayout::vorno, "play.phone", "en-US"}));
 }
 

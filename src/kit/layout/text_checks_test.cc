@@ -105,7 +105,9 @@ TEST(TextContrast, ColourFromTheSlideNamesNoOtherField) {
   slide.background = Fill::solid(hex("#FFFFFF"));
   slide.textColors["headline"] = hex("#EEEEEE");
   Project project = projectWith({slide});
-  const Issue* warning = contrastIssue(laid(project, package), "slide:a/headline");
+  // The issue lives in the laid-out slide, which must outlast it.
+  const ComposedSlide composed = laid(project, package);
+  const Issue* warning = contrastIssue(composed, "slide:a/headline");
   ASSERT_NE(warning, nullptr);
   EXPECT_EQ(warning->message.find("theme.textStyles"), std::string::npos) << warning->message;
 }
