@@ -140,7 +140,7 @@ TEST_F(ExporterTest, WritesEveryFileInJobOrderAtExactSizeWithManifest) {
   for (size_t i = 0; i < expected.size(); ++i) {
     auto size = Images::pixelSize(expected[i]);
     ASSERT_TRUE(size) << expected[i];
-    const StoreTarget& target = i < 4 ? slots()[0] : slots()[1];
+    const StoreTarget target = slots()[i < 4 ? 0 : 1];  // a copy: slots() is made anew each call
     EXPECT_EQ(*size, (Size{double(target.width), double(target.height)})) << expected[i];
   }
   const ExportManifest manifest = ExportManifest::read(exports());
