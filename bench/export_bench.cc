@@ -141,7 +141,7 @@ int main(int argc, char** argv) {
       const fs::path into = scratch / ("run" + std::to_string(run));
       const auto start = std::chrono::steady_clock::now();
       const double cpuStart = cpuSeconds();
-      ExportSummary summary = exporter.exportProject(project, store, std::nullopt, std::nullopt, ExportLayout::vorno, into);
+      ExportSummary summary = exporter.exportProject(project, store, {.into = into});
       const std::chrono::duration<double> took = std::chrono::steady_clock::now() - start;
       files = summary.files.size();
       if (run > 0) {  // run 0 warms the caches

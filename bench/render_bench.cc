@@ -164,8 +164,9 @@ int main(int argc, char** argv) {
     Exporter exporter;
     int run = 0;
     double exported = timeMedian(runs, [&] {
-      exporter.exportProject(ten, store, std::vector<StoreTarget>{target}, std::vector<std::string>{"en-US"},
-                             ExportLayout::vorno, set / ("exports-" + std::to_string(run++)));
+      exporter.exportProject(ten, store,
+                             {std::vector<StoreTarget>{target}, std::vector<std::string>{"en-US"}, ExportLayout::vorno,
+                              set / ("exports-" + std::to_string(run++))});
     });
     std::printf("(e) the same kind of slide exported, ten per export on one thread: median %.1f ms per file (CPU %.1f "
                 "ms), %.2f times (b)\n",

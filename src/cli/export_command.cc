@@ -53,13 +53,13 @@ int runExport(const ParsedArguments& args) {
 
   Exporter exporter;
   if (args.flag("allVariants")) {
-    LooksExport looks = exporter.exportLooks(base, store, targets, locales, *layout);
+    LooksExport looks = exporter.exportLooks(base, store, {targets, locales, *layout});
     for (const auto& path : looks.removed) std::cout << "Removed " << path << " (that look is gone)\n";
     for (const auto& look : looks.looks) report(look.summary, "[" + look.variant.value_or("base") + "] ");
   } else {
     const auto variant = args.string("variant");
     Project project = base.resolved(variant);
-    report(exporter.exportProject(project, store, targets, locales, *layout, Exporter::folder(variant, store)), "");
+    report(exporter.exportProject(project, store, {targets, locales, *layout, Exporter::folder(variant, store)}), "");
   }
   const std::chrono::duration<double> seconds = std::chrono::steady_clock::now() - start;
   std::cout << formatted("Done in %.1fs", seconds.count()) << "\n";

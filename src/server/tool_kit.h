@@ -44,6 +44,12 @@ std::string renderFileName(const std::optional<std::string>& variant, const std:
 /// The image scaled down to `longestSide` (never up) as a JPEG at 0.86, as an image item.
 Content previewImage(const Image& image, int longestSide);
 
+/// Removes the items whose `idOf(item)` is `id`, for the delete tools; false when there was none.
+template <class Item, class IDOf>
+bool eraseByID(std::vector<Item>& items, const std::string& id, IDOf idOf) {
+  return std::erase_if(items, [&](const Item& item) { return idOf(item) == id; }) > 0;
+}
+
 /// The extension of a path or file name, lowered, without its dot; a trailing slash doesn't hide it.
 std::string loweredExtension(std::string path);
 

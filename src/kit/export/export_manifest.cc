@@ -36,17 +36,6 @@ bool liesUnder(const fs::path& path, const fs::path& folder) {
   return inner.size() > outer.size() + 1 && inner.compare(0, outer.size(), outer) == 0 && inner[outer.size()] == '/';
 }
 
-// Lexical confinement is not enough when a folder on the way is a symbolic link to elsewhere: the
-// file's real parent must lie in (or be) the real export folder before anything is removed.
-bool physicallyUnder(const fs::path& file, const fs::path& folder) {
-  std::error_code error;
-  fs::path realFolder = fs::canonical(folder, error);
-  if (error) return false;
-  fs::path realParent = fs::weakly_canonical(file.parent_path(), error);
-  if (error) return false;
-  return realParent == realFolder || liesUnder(realParent, realFolder);
-}
-
 std::optional<ExportManifest::Entry> decodeEntry(const Json& json) {
   if (!json.is_object()) return std::nullopt;
   auto text = [&](const char* key) -> std::optional<std::string> {
@@ -152,10 +141,10 @@ std::vector<std::string> ExportManifest::replace(const ExportFolder& place, cons
     // Only files are ours to remove: an entry that names a folder was never written by an export.
     const bool present = !error && fs::exists(status) && !fs::is_directory(status);
     if (covered) {
-      if (present && physicallyUnder(file, folder)) {
-        if (!fs::remove(file, error) || error)
-          throw VornoError::io("Couldn't remove " + file.string() + ": " + error.message() +
-                               ". Check its permissions, then export again.");
+      // Lexical confinement is not enough when a folder on the way is a symbolic link to
+      // elsewhere: the file is reached folder by folder without following one, so a link (there
+      // all along or swapped in just now) leads nowhere and nothing outside is removed.
+      if (present && removeFileBelow(place.root, place.relative(file.lexically_relative(folder).string()))) {
         removed.push_back(entry.path);
         removeEmptyParents(file, folder);
       }
@@ -177,9 +166,7 @@ std::vector<std::string> ExportManifest::clear(const ExportFolder& place) {
   for (const auto& entry : read(folder).files) scopes.insert(Scope{entry.layout, entry.target, entry.locale});
   std::vector<std::string> removed = replace(place, {}, scopes);
 
-  if (!fs::remove(folder / fileName, error) && error)
-    throw VornoError::io("Couldn't remove " + (folder / fileName).string() + ": " + error.message() +
-                         ". Check its permissions, then try again.");
+  removeFileBelow(place.root, place.relative(fileName));
   if (isEmptyButLitter(folder)) removeFolderWithLitter(folder);
   return removed;
 }

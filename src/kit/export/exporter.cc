@@ -233,7 +233,9 @@ std::set<ExportManifest::Scope> coveredScopes(const std::vector<StoreTarget>& sl
 
 }  // namespace
 
-struct Exporter::Plan {
+// One look's export worked out before anything is drawn or written.
+struct ExportPlan {
+  ExportLayout layout = ExportLayout::vorno;
   std::vector<StoreTarget> slots, canvases;
   std::vector<std::string> locales;
   fs::path folder;
@@ -243,23 +245,116 @@ struct Exporter::Plan {
   std::vector<Job> videos;
 };
 
-ExportSummary Exporter::exportProject(const Project& project, const FileProjectStore& store,
-                                      const std::optional<std::vector<StoreTarget>>& targets,
-                                      const std::optional<std::vector<std::string>>& locales, ExportLayout layout,
-                                      const std::optional<fs::path>& into) const {
-  return exportLook(plan(project, store, targets, locales, layout, into), project, store, layout, 0, 1);
+namespace {
+
+// Counts the run's finished files and reports them, one call at a time.
+class RunProgress {
+ public:
+  RunProgress(const std::function<void(const ExportProgress&)>& report, size_t look, size_t looks, size_t files)
+      : report_(report), look_(look), looks_(looks), files_(files) {}
+
+  void fileWritten(const std::string& path) {
+    std::lock_guard<std::mutex> guard(lock_);
+    ++finished_;
+    if (report_) report_({look_, looks_, static_cast<double>(finished_), files_, path});
+  }
+  // A video `done` frames of `total` into its encoding (called from the encoding thread alone).
+  void videoEncoding(const std::string& path, int done, int total) {
+    if (!report_ || done >= total) return;
+    std::lock_guard<std::mutex> guard(lock_);
+    report_({look_, looks_, static_cast<double>(finished_) + static_cast<double>(done) / total, files_, path, true});
+  }
+
+ private:
+  const std::function<void(const ExportProgress&)>& report_;
+  size_t look_, looks_, files_;
+  size_t finished_ = 0;
+  std::mutex lock_;
+};
+
+// The one layer cache of the export, told every use of every layer before anything is drawn: a
+// layer used more than once (a device across a spread) is drawn once and let go after its last
+// use; the others are drawn straight into their picture. Which way an element is drawn depends on
+// the whole job list alone, never on timing.
+void expectLayers(LayerCache& layers, const LaidOut& laidOut) {
+  for (size_t index = 0; index < laidOut.composed.size(); ++index)
+    if (!laidOut.failures[index])
+      for (const auto& key : SlideRenderer::layerKeys(laidOut.composed[index], laidOut.composed[index].focusIndex(), 1.0))
+        layers.expect(key);
 }
 
-Exporter::Plan Exporter::plan(const Project& project, const FileProjectStore& store,
-                              const std::optional<std::vector<StoreTarget>>& targets,
-                              const std::optional<std::vector<std::string>>& locales, ExportLayout layout,
-                              const std::optional<fs::path>& into) {
-  Plan plan;
+// Draws, writes and reads back every picture in `order`, in parallel. Throws the first failure
+// once every picture is done; nothing of the old export has been touched by then.
+std::vector<JobResult> drawPictures(const ExportPlan& plan, LaidOut& laidOut, const std::vector<size_t>& order,
+                                    LayerCache& layers, RunProgress& progress) {
+  std::vector<JobResult> results(plan.jobs.size());
+  std::mutex lock;
+  std::exception_ptr firstFailure;
+  std::string failedPath;
+  ThreadPool::parallelFor(plan.jobs.size(), [&](size_t step) {
+    const size_t index = order[step];
+    const Job& job = plan.jobs[index];
+    const fs::path file = plan.folder / job.path;
+    try {
+      if (laidOut.failures[index]) std::rethrow_exception(laidOut.failures[index]);
+      preparedWritePath(plan.base.root, plan.base.relative(job.path));
+      removeStaleTemporaries(file);
+      const ComposedSlide laid = std::move(laidOut.composed[index]);
+      Image image = SlideRenderer::composite(laid, laid.focusIndex(), 1.0, &layers);
+      std::vector<Issue> found = SlideRenderer::report(laid, image).issues;
+      Images::writeBelow(image, plan.base.root, plan.base.relative(job.path), Images::ImageType::png);
+      image = Image();  // the pixels go before the read-back
+      for (auto& issue : Linter::verifyAsset(file.string(), job.target)) found.push_back(std::move(issue));
+      results[index] = {true, std::move(found)};
+      progress.fileWritten(job.path);
+    } catch (...) {
+      std::lock_guard<std::mutex> guard(lock);
+      if (!firstFailure) {
+        firstFailure = std::current_exception();
+        failedPath = file.string();
+      }
+    }
+  });
+  PicturePools::drain();  // the pictures' memory goes back before the videos, which use their own
+  if (firstFailure) rethrow(firstFailure, failedPath);
+  return results;
+}
+
+// Encodes the videos one at a time (each uses every core); the first failure is thrown at once.
+std::vector<std::vector<Issue>> writeVideos(const ExportPlan& plan, const Project& project,
+                                            const std::string& root, const SlideRenderer& renderer,
+                                            RunProgress& progress) {
+  std::vector<std::vector<Issue>> issues;
+  VideoExporter videoExporter{MotionRenderer(renderer)};
+  for (const Job& video : plan.videos) {
+    try {
+      preparedWritePath(plan.base.root, plan.base.relative(video.path));
+      issues.push_back(videoExporter.write(
+          project, root, *video.moving, video.locale, plan.base.file(video.path),
+          [&](int done, int total) { progress.videoEncoding(video.path, done, total); }, &video.target));
+    } catch (...) {
+      rethrow(std::current_exception(), (plan.folder / video.path).string());
+    }
+    progress.fileWritten(video.path);
+  }
+  return issues;
+}
+
+}  // namespace
+
+ExportSummary Exporter::exportProject(const Project& project, const FileProjectStore& store,
+                                      const ExportRequest& request) const {
+  return exportLook(plan(project, store, request), project, store, 0, 1);
+}
+
+ExportPlan Exporter::plan(const Project& project, const FileProjectStore& store, const ExportRequest& request) {
+  ExportPlan plan;
+  const ExportLayout layout = plan.layout = request.layout;
   // Targets: store slots on one side, creative canvases on the other.
   std::vector<StoreTarget>& slots = plan.slots;
   std::vector<StoreTarget>& canvases = plan.canvases;
-  if (targets) {
-    for (const auto& target : *targets) (target.isCreative() ? canvases : slots).push_back(target);
+  if (request.targets) {
+    for (const auto& target : *request.targets) (target.isCreative() ? canvases : slots).push_back(target);
   } else {
     for (const auto& id : project.targets)
       if (const StoreTarget* target = StoreTarget::named(id)) (target->isCreative() ? canvases : slots).push_back(*target);
@@ -272,9 +367,9 @@ Exporter::Plan Exporter::plan(const Project& project, const FileProjectStore& st
   for (const auto& creative : project.creatives)
     if (canvasIDs.count(creative.canvas)) creatives.push_back(&creative);
 
-  plan.locales = locales ? *locales : project.locales;
+  plan.locales = request.locales ? *request.locales : project.locales;
   const std::vector<std::string>& runLocales = plan.locales;
-  plan.folder = standardizePath(into ? *into : store.exportsDir());
+  plan.folder = standardizePath(request.into ? *request.into : store.exportsDir());
   plan.base = exportFolder(plan.folder, store);
 
   // Every name that becomes part of a path, before anything is drawn or written.
@@ -317,16 +412,11 @@ Exporter::Plan Exporter::plan(const Project& project, const FileProjectStore& st
   return plan;
 }
 
-ExportSummary Exporter::exportLook(const Plan& plan, const Project& project, const FileProjectStore& store,
-                                   ExportLayout layout, size_t look, size_t looks) const {
-  const std::vector<Job>& jobs = plan.jobs;
-  const std::vector<Job>& videos = plan.videos;
-  const std::vector<std::string>& runLocales = plan.locales;
-  const fs::path& folder = plan.folder;
-
-  // Memory: decoded captures stay within the export's budget (the drawing order below lets each
-  // serve all its pictures soon after it is decoded); resampled captures each serve one picture,
-  // so that cache keeps none.
+ExportSummary Exporter::exportLook(const ExportPlan& plan, const Project& project, const FileProjectStore& store, size_t look,
+                                   size_t looks) const {
+  // Memory: decoded captures stay within the export's budget (the drawing order lets each serve
+  // all its pictures soon after it is decoded); resampled captures each serve one picture, so
+  // that cache keeps none.
   ImageCache::Limit captureLimit(ImageCache::shared(), captureBudget);
   BoxResampler::CacheLimit resampleLimit(resampleBudget);
 
@@ -334,91 +424,26 @@ ExportSummary Exporter::exportLook(const Plan& plan, const Project& project, con
   const std::string root = store.root().string();
 
   // Every job is laid out first (a layout holds no pixels: captures are sized from their
-  // headers), so that the one layer cache of the export knows every use of every layer before
-  // anything is drawn: a layer used more than once (a device across a spread) is drawn once and
-  // let go after its last use; the others are drawn straight into their picture. Which way an
-  // element is drawn depends on the whole job list alone, never on timing.
-  LaidOut laidOut = layOut(jobs, project, root, renderer_);
-  std::vector<ComposedSlide>& composed = laidOut.composed;
-  const std::vector<std::exception_ptr>& failures = laidOut.failures;
+  // headers), so that the layer cache knows every use of every layer before anything is drawn.
+  LaidOut laidOut = layOut(plan.jobs, project, root, renderer_);
   LayerCache layers(layerBudget);
-  for (size_t index = 0; index < jobs.size(); ++index)
-    if (!failures[index])
-      for (const auto& key : SlideRenderer::layerKeys(composed[index], composed[index].focusIndex(), 1.0))
-        layers.expect(key);
+  expectLayers(layers, laidOut);
+  const std::vector<size_t> order = drawingOrder(plan.jobs, plan.slideJobs, plan.locales, project);
 
-  const std::vector<size_t> order = drawingOrder(jobs, plan.slideJobs, runLocales, project);
-
-  const size_t files = jobs.size() + videos.size();
-
-  announceRun(plan.base, layout, jobs, videos);
-
-  std::vector<JobResult> results(jobs.size());
-  std::mutex lock;
-  std::exception_ptr firstFailure;
-  std::string failedPath;
-  size_t finished = 0;
-  ThreadPool::parallelFor(jobs.size(), [&](size_t step) {
-    const size_t index = order[step];
-    const Job& job = jobs[index];
-    const fs::path file = folder / job.path;
-    try {
-      if (failures[index]) std::rethrow_exception(failures[index]);
-      preparedWritePath(plan.base.root, plan.base.relative(job.path));
-      removeStaleTemporaries(file);
-      const ComposedSlide laid = std::move(composed[index]);
-      Image image = SlideRenderer::composite(laid, laid.focusIndex(), 1.0, &layers);
-      std::vector<Issue> found = SlideRenderer::report(laid, image).issues;
-      Images::writeBelow(image, plan.base.root, plan.base.relative(job.path), Images::ImageType::png);
-      image = Image();  // the pixels go before the read-back
-      for (auto& issue : Linter::verifyAsset(file.string(), job.target)) found.push_back(std::move(issue));
-      results[index] = {true, std::move(found)};
-      if (progress_) {
-        std::lock_guard<std::mutex> guard(lock);
-        progress_({look, looks, static_cast<double>(++finished), files, job.path});
-      }
-    } catch (...) {
-      std::lock_guard<std::mutex> guard(lock);
-      if (!firstFailure) {
-        firstFailure = std::current_exception();
-        failedPath = file.string();
-      }
-    }
-  });
-  // Nothing of the old export has been touched yet: the manifest still lists every old file.
-  PicturePools::drain();  // the pictures' memory goes back before the videos, which use their own
-  if (firstFailure) rethrow(firstFailure, failedPath);
-
-  std::vector<std::vector<Issue>> videoIssues;
-  VideoExporter videoExporter{MotionRenderer(renderer_)};
-  for (const Job& video : videos) {
-    const fs::path file = folder / video.path;
-    try {
-      preparedWritePath(plan.base.root, plan.base.relative(video.path));
-      videoIssues.push_back(videoExporter.write(
-          project, root, *video.moving, video.locale, plan.base.file(video.path),
-          [&](int done, int total) {
-            if (progress_ && done < total)
-              progress_({look, looks, static_cast<double>(finished) + static_cast<double>(done) / total, files,
-                         video.path, true});
-          },
-          &video.target));
-    } catch (...) {
-      rethrow(std::current_exception(), file.string());
-    }
-    if (progress_) progress_({look, looks, static_cast<double>(++finished), files, video.path});
-  }
+  announceRun(plan.base, plan.layout, plan.jobs, plan.videos);
+  RunProgress progress(progress_, look, looks, plan.jobs.size() + plan.videos.size());
+  std::vector<JobResult> pictures = drawPictures(plan, laidOut, order, layers, progress);
+  std::vector<std::vector<Issue>> videos = writeVideos(plan, project, root, renderer_, progress);
 
   std::vector<Written> written;
-  for (size_t i = 0; i < jobs.size(); ++i) written.push_back({&jobs[i], std::move(results[i].issues)});
-  for (size_t i = 0; i < videos.size(); ++i) written.push_back({&videos[i], std::move(videoIssues[i])});
-  return finishRun(plan.base, layout, written, std::move(issues),
-                   coveredScopes(plan.slots, plan.canvases, runLocales, layout));
+  for (size_t i = 0; i < plan.jobs.size(); ++i) written.push_back({&plan.jobs[i], std::move(pictures[i].issues)});
+  for (size_t i = 0; i < plan.videos.size(); ++i) written.push_back({&plan.videos[i], std::move(videos[i])});
+  return finishRun(plan.base, plan.layout, written, std::move(issues),
+                   coveredScopes(plan.slots, plan.canvases, plan.locales, plan.layout));
 }
 
 LooksExport Exporter::exportLooks(const Project& project, const FileProjectStore& store,
-                                  const std::optional<std::vector<StoreTarget>>& targets,
-                                  const std::optional<std::vector<std::string>>& locales, ExportLayout layout) const {
+                                  const ExportRequest& request) const {
   LooksExport result;
   std::vector<std::optional<std::string>> looks{std::nullopt};
   for (const auto& variant : project.variants) looks.push_back(variant.id);
@@ -427,15 +452,17 @@ LooksExport Exporter::exportLooks(const Project& project, const FileProjectStore
   for (const auto& variant : project.variants) folder(variant.id, store);
   std::vector<Project> resolved;
   for (const auto& variant : looks) resolved.push_back(project.resolved(variant));
-  std::vector<Plan> plans;  // pointing into `resolved`, which no longer changes
-  for (size_t index = 0; index < looks.size(); ++index)
-    plans.push_back(plan(resolved[index], store, targets, locales, layout,
-                         looks[index] ? folder(looks[index], store) : store.exportsDir()));
+  std::vector<ExportPlan> plans;  // pointing into `resolved`, which no longer changes
+  for (size_t index = 0; index < looks.size(); ++index) {
+    ExportRequest look = request;
+    if (looks[index]) look.into = folder(looks[index], store);
+    plans.push_back(plan(resolved[index], store, look));
+  }
 
   std::set<std::string> baseIssues;
   for (size_t index = 0; index < looks.size(); ++index) {
     const std::optional<std::string>& variant = looks[index];
-    ExportSummary summary = exportLook(plans[index], resolved[index], store, layout, index, looks.size());
+    ExportSummary summary = exportLook(plans[index], resolved[index], store, index, looks.size());
     if (!variant) {
       for (const auto& issue : summary.issues) baseIssues.insert(issue.description());
     } else {

@@ -3,10 +3,8 @@
 // export through the manifest.
 //
 //   Exporter exporter;
-//   ExportSummary summary = exporter.exportProject(project, store, std::nullopt, std::nullopt,
-//                                                  ExportLayout::vorno, std::nullopt);
-//   LooksExport looks = exporter.exportLooks(project, store, std::nullopt, std::nullopt,
-//                                            ExportLayout::fastlane);
+//   ExportSummary summary = exporter.exportProject(project, store, ExportRequest{});
+//   LooksExport looks = exporter.exportLooks(project, store, {.layout = ExportLayout::fastlane});
 //
 // Names that become paths are checked before anything is drawn. The files are drawn in parallel
 // on the process pool with one LayerCache shared by all of them; each is read back and checked
@@ -27,6 +25,7 @@
 namespace vorno {
 
 class FileProjectStore;
+struct ExportPlan;
 struct Project;
 struct Slide;
 struct StoreTarget;
@@ -43,6 +42,16 @@ struct ExportProgress {
   bool encoding = false;  ///< `file` is a video still being encoded
 };
 
+/// What one export covers and where it goes. `targets` absent: the project's targets and every
+/// creative canvas; `locales` absent: the project's; `into` absent: the package's exports folder
+/// (a look of a variant always goes to its own folder in the package).
+struct ExportRequest {
+  std::optional<std::vector<StoreTarget>> targets;
+  std::optional<std::vector<std::string>> locales;
+  ExportLayout layout = ExportLayout::vorno;
+  std::optional<std::filesystem::path> into;
+};
+
 class Exporter {
  public:
   explicit Exporter(SlideRenderer renderer = SlideRenderer()) : renderer_(std::move(renderer)) {}
@@ -54,20 +63,16 @@ class Exporter {
     return *this;
   }
 
-  /// One export of one look (`export` is a keyword here). `targets` absent: the project's targets
-  /// and every creative canvas; `locales` absent: the project's; `into` absent: the package's
-  /// exports folder. Throws VornoError for a name that can't be a file name, an unknown canvas,
-  /// the first file that failed, or a file of the old export that can't be removed.
+  /// One export of one look (`export` is a keyword here). Throws VornoError for a name that can't
+  /// be a file name, an unknown canvas, the first file that failed, or a file of the old export
+  /// that can't be removed.
   ExportSummary exportProject(const Project& project, const FileProjectStore& store,
-                              const std::optional<std::vector<StoreTarget>>& targets,
-                              const std::optional<std::vector<std::string>>& locales, ExportLayout layout,
-                              const std::optional<std::filesystem::path>& into) const;
+                              const ExportRequest& request) const;
 
-  /// The base into exports/, then each variant into exports/variants/<id>/, then the removal of
-  /// the looks whose variant is gone. A look lists only the issues the base doesn't also have.
-  LooksExport exportLooks(const Project& project, const FileProjectStore& store,
-                          const std::optional<std::vector<StoreTarget>>& targets,
-                          const std::optional<std::vector<std::string>>& locales, ExportLayout layout) const;
+  /// The base into exports/ (or `request.into`), then each variant into exports/variants/<id>/,
+  /// then the removal of the looks whose variant is gone. A look lists only the issues the base
+  /// doesn't also have.
+  LooksExport exportLooks(const Project& project, const FileProjectStore& store, const ExportRequest& request) const;
 
   /// exports/variants/<name> for a variant, after the name passes FileName::check as "Variant id";
   /// nothing for the base (its folder is the default).
@@ -96,14 +101,12 @@ class Exporter {
 
  private:
   /// One look's export worked out before anything is drawn or written: its targets, locales and
-  /// files, every name and every place a file goes checked. Defined in exporter.cc.
-  struct Plan;
-  static Plan plan(const Project& project, const FileProjectStore& store,
-                   const std::optional<std::vector<StoreTarget>>& targets,
-                   const std::optional<std::vector<std::string>>& locales, ExportLayout layout,
-                   const std::optional<std::filesystem::path>& into);
-  ExportSummary exportLook(const Plan& plan, const Project& project, const FileProjectStore& store, ExportLayout layout,
-                           size_t look, size_t looks) const;
+  /// files, every name and every place a file goes checked. ExportPlan is defined in exporter.cc.
+  static ExportPlan plan(const Project& project, const FileProjectStore& store, const ExportRequest& request);
+  /// Lays out, draws, writes and checks every file of `plan`, then replaces the manifest. `look`
+  /// of `looks` is only for progress.
+  ExportSummary exportLook(const ExportPlan& plan, const Project& project, const FileProjectStore& store, size_t look,
+                           size_t looks) const;
 
   SlideRenderer renderer_;
   std::function<void(const ExportProgress&)> progress_;

@@ -68,7 +68,7 @@ class ExporterTest : public ::testing::Test {
   ExportSummary run(const Project& p, std::optional<std::vector<std::string>> locales = std::nullopt,
                     std::optional<std::vector<StoreTarget>> targets = std::nullopt,
                     ExportLayout layout = ExportLayout::vorno, std::optional<fs::path> into = std::nullopt) {
-    return exporter_.exportProject(p, store_, targets ? *targets : slots(), locales, layout, into);
+    return exporter_.exportProject(p, store_, {targets ? *targets : slots(), locales, layout, into});
   }
 
   fs::path exports() const { return store_.exportsDir(); }
@@ -330,8 +330,7 @@ TEST_F(ExporterTest, StaleTemporaryOfAKilledWriteIsSweptButUsersDotFilesStay) {
 TEST_F(ExporterTest, UnknownTargetsOfTheProjectAreDropped) {
   Project p = project({"one"});
   p.targets = {"ios.nonexistent", "play.phone"};
-  auto summary = exporter_.exportProject(p, store_, std::nullopt, std::vector<std::string>{"en-US"},
-                                         ExportLayout::vorno, std::nullopt);
+  auto summary = exporter_.exportProject(p, store_, {.locales = std::vector<std::string>{"en-US"}});
   EXPECT_EQ(summary.files, std::vector<std::string>{(exports() / "android/play.phone/en-US/01-one.png").string()});
 }
 
@@ -351,7 +350,7 @@ TEST_F(ExporterTest, LooksExportBaseAndVariantsAndCleansUpLooksThatAreGone) {
   fs::create_directories(exports() / "variants/mine");
   std::ofstream(exports() / "variants/mine/keep.txt") << "user";
 
-  auto result = exporter_.exportLooks(withVariant, store_, slots(), std::nullopt, ExportLayout::vorno);
+  auto result = exporter_.exportLooks(withVariant, store_, {.targets = slots()});
   ASSERT_EQ(result.looks.size(), 2u);
   EXPECT_EQ(result.looks[0].variant, std::nullopt);
   EXPECT_EQ(result.looks[1].variant, std::optional<std::string>("bold"));
@@ -367,6 +366,20 @@ TEST_F(ExporterTest, LooksExportBaseAndVariantsAndCleansUpLooksThatAreGone) {
   for (const auto& issue : result.looks[0].summary.issues) baseIssues.insert(issue.description());
   ASSERT_FALSE(baseIssues.empty());  // a one-slide set always draws advice
   for (const auto& issue : result.looks[1].summary.issues) EXPECT_EQ(baseIssues.count(issue.description()), 0u);
+}
+
+TEST_F(ExporterTest, LooksExportPutsTheBaseWhereAskedAndEveryVariantInThePackage) {
+  Project base = project({"one"}, "", R"(["en-US"])");
+  Project look = base;
+  look.slides[0].headline = LocalizedText{{{"en-US", "Bolder words"}}};
+  const fs::path mine = folder_.path() / "shots";
+  auto result = exporter_.exportLooks(base.savingLook("bold", look), store_, {.targets = slots(), .into = mine});
+  ASSERT_EQ(result.looks.size(), 2u);
+  EXPECT_EQ(result.looks[0].summary.directory, mine.string());
+  EXPECT_TRUE(fs::exists(mine / "ios/ios.iphone-6.9/en-US/01-one.png"));
+  EXPECT_FALSE(fs::exists(exports() / "ios"));
+  EXPECT_EQ(result.looks[1].summary.directory, (exports() / "variants/bold").string());
+  EXPECT_TRUE(fs::exists(exports() / "variants/bold/ios/ios.iphone-6.9/en-US/01-one.png"));
 }
 
 TEST_F(ExporterTest, ReportsProgressAfterEveryFileOneCallAtATime) {

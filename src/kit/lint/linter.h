@@ -21,6 +21,9 @@ struct Motion;
 struct Project;
 struct StoreTarget;
 
+// Each rule family has a file of its own: lint in linter.cc, verifyAsset in verify_asset.cc,
+// creativeIssues and motionIssues in creative_rules.cc, playPolicyIssues in play_policy.cc,
+// appStorePolicyIssues in app_store_policy.cc.
 struct Linter {
   /// Every project rule, in this order: targets, no slides, variants, test size, slide ids, spread
   /// ids, locales, element targets, spreads, counts and ratio, duo, Google Play claims, creatives,

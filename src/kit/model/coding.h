@@ -66,8 +66,6 @@ class Reader {
 
   bool isNull() const { return value_->is_null(); }
   bool isString() const { return value_->is_string(); }
-  bool isObject() const { return value_->is_object(); }
-  bool isArray() const { return value_->is_array(); }
 
   std::string string() const;
   double number() const;

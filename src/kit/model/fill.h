@@ -55,7 +55,6 @@ struct Fill {
 
   static Fill solid(RGBColor c) { return Fill{c}; }
 
-  bool isSolid() const { return std::holds_alternative<RGBColor>(value); }
   const RGBColor* solidColor() const { return std::get_if<RGBColor>(&value); }
   const LinearFill* linear() const { return std::get_if<LinearFill>(&value); }
   const RadialFill* radial() const { return std::get_if<RadialFill>(&value); }

@@ -83,7 +83,7 @@ struct Slide {
   /// `Placement::effective` over this slide's overrides.
   std::optional<std::pair<Placement, bool>> effectivePlacement(std::string_view id, const StoreTarget& target) const;
 
-  // A slide at one moment of a creative's loop.
+  // A slide at one moment of a creative's loop (slide_moment.cc).
 
   /// A copy with the scene's texts and captures swapped in, by element id ("eyebrow",
   /// "headline", "subhead", "device", or a free element's); ids that match nothing are passed over.

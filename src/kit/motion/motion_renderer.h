@@ -40,6 +40,7 @@ class MotionRenderer {
     ComposedSlide composed;
   };
 
+  // The filmstrip (motion_filmstrip.cc).
   struct Filmstrip {
     Image image;
     std::vector<double> times;  ///< of the tiles, in order

@@ -186,6 +186,23 @@ void copyFileBelow(const fs::path& source, const fs::path& base, const fs::path&
   atomicCopyInto(source, folder.open(), relative.filename().string());
 }
 
+bool removeFileBelow(const fs::path& base, const fs::path& relative) {
+  requirePlainParts(base, relative);
+  FileDescriptor folder(::open(base.c_str(), O_RDONLY | O_DIRECTORY | O_CLOEXEC));
+  for (const auto& part : relative.parent_path()) {
+    if (!folder.valid()) return false;
+    folder = FileDescriptor(::openat(folder.get(), part.c_str(), O_RDONLY | O_DIRECTORY | O_NOFOLLOW | O_CLOEXEC));
+  }
+  if (!folder.valid()) return false;
+  const std::string name = relative.filename().string();
+  struct stat info {};
+  if (::fstatat(folder.get(), name.c_str(), &info, AT_SYMLINK_NOFOLLOW) != 0 || S_ISDIR(info.st_mode)) return false;
+  if (::unlinkat(folder.get(), name.c_str(), 0) == 0) return true;
+  if (errno == ENOENT) return false;
+  throw VornoError::io("Couldn't remove " + (base / relative).string() + ": " + errorText(errno) +
+                       ". Check its permissions, then try again.");
+}
+
 std::string notAFileKind(mode_t mode) {
   if (S_ISREG(mode)) return "";
   if (S_ISDIR(mode)) return "a folder";

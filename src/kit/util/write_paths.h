@@ -90,6 +90,13 @@ HeldFolder openFolderBelow(const std::filesystem::path& base, const std::filesys
 void renameInto(const OpenFolder& folder, const std::string& from, const std::string& to,
                 std::string_view within = "the package");
 
+/// Removes the file at `base / relative`, reached as writeFileBelow reaches it but making nothing:
+/// a link there is removed itself, never what it points at. False, removing nothing, when nothing
+/// is there, or it is a folder, or a folder on the way is missing, a link or no folder: then it is
+/// not in the folder that was looked at. Throws VornoError::io "Couldn't remove <path>: <reason>.
+/// Check its permissions, then try again." when the removal fails.
+bool removeFileBelow(const std::filesystem::path& base, const std::filesystem::path& relative);
+
 /// What a file's mode names, in a user's words ("a folder", "a named pipe"); empty for a regular
 /// file.
 std::string notAFileKind(mode_t mode);

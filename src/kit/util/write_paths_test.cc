@@ -128,5 +128,38 @@ TEST_F(WritePaths, TheSentenceNamesWhereVornoWrites) {
             std::string::npos);
 }
 
+TEST_F(WritePaths, RemovingAFileBelowRemovesItAndNothingElse) {
+  fs::create_directories(root_ / "exports/ios");
+  std::ofstream(root_ / "exports/ios/a.png") << "old";
+  EXPECT_TRUE(removeFileBelow(root_, "exports/ios/a.png"));
+  EXPECT_FALSE(fs::exists(root_ / "exports/ios/a.png"));
+  EXPECT_TRUE(fs::is_directory(root_ / "exports/ios"));
+  EXPECT_FALSE(removeFileBelow(root_, "exports/ios/a.png"));
+  EXPECT_FALSE(removeFileBelow(root_, "exports/android/a.png"));
+}
+
+TEST_F(WritePaths, RemovingThroughAFolderThatIsALinkRemovesNothingOutside) {
+  fs::create_directories(root_ / "exports");
+  std::ofstream(outside_ / "a.png") << "theirs";
+  fs::create_symlink(outside_, root_ / "exports" / "ios");
+  EXPECT_FALSE(removeFileBelow(root_, "exports/ios/a.png"));
+  EXPECT_TRUE(fs::exists(outside_ / "a.png"));
+}
+
+TEST_F(WritePaths, RemovingALinkRemovesTheLinkAndKeepsWhatItPointsAt) {
+  fs::create_directories(root_ / "exports");
+  std::ofstream(outside_ / "a.png") << "theirs";
+  fs::create_symlink(outside_ / "a.png", root_ / "exports" / "a.png");
+  EXPECT_TRUE(removeFileBelow(root_, "exports/a.png"));
+  EXPECT_FALSE(fs::exists(fs::symlink_status(root_ / "exports" / "a.png")));
+  EXPECT_TRUE(fs::exists(outside_ / "a.png"));
+}
+
+TEST_F(WritePaths, RemovingAFolderIsRefusedQuietly) {
+  fs::create_directories(root_ / "exports/mine");
+  EXPECT_FALSE(removeFileBelow(root_, "exports/mine"));
+  EXPECT_TRUE(fs::is_directory(root_ / "exports/mine"));
+}
+
 }  // namespace
 }  // namespace vorno::write_paths_test

@@ -151,7 +151,7 @@ class ExportTool final : public Tool {
     exporter.reportingProgress([&counter](const ExportProgress& step) { counter(step); });
 
     if (arguments.boolean("all_variants") == true) {
-      const LooksExport looks = exporter.exportLooks(base, store, targets, locales, layout);
+      const LooksExport looks = exporter.exportLooks(base, store, {targets, locales, layout});
       std::string text;
       for (const LooksExport::Look& look : looks.looks) {
         if (!text.empty()) text += "\n";
@@ -169,7 +169,7 @@ class ExportTool final : public Tool {
     const std::optional<std::string> variant = arguments.string("variant");
     const Project project = base.resolved(variant);
     const ExportSummary summary =
-        exporter.exportProject(project, store, targets, locales, layout, Exporter::folder(variant, store));
+        exporter.exportProject(project, store, {targets, locales, layout, Exporter::folder(variant, store)});
     const size_t errors = errorCount(summary.issues);
     std::string text = "Wrote " + std::to_string(summary.files.size()) + " files to " + summary.directory + "." +
                        removedNote(summary) + " " +

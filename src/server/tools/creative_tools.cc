@@ -102,14 +102,11 @@ class CreativeDeleteTool final : public Tool {
     FileProjectStore store = context.store(arguments.requireString("project"));
     std::string id = arguments.requireString("id");
     Project saved = store.modify([&](Project& project) {
-      auto stays = std::remove_if(project.creatives.begin(), project.creatives.end(),
-                                  [&](const Creative& creative) { return creative.id() == id; });
-      if (stays == project.creatives.end()) {
+      if (!eraseByID(project.creatives, id, [](const Creative& creative) { return creative.id(); })) {
         std::vector<std::string> ids = creativeIDs(project);
         throw VornoError::notFound("No creative " + id + ". Creatives: " +
                                    (ids.empty() ? "none: add one with creative_upsert." : joined(ids) + "."));
       }
-      project.creatives.erase(stays, project.creatives.end());
       return project;
     });
     std::vector<std::string> left = creativeIDs(saved);

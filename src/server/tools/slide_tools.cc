@@ -104,8 +104,8 @@ class SlideDeleteTool final : public Tool {
       size_t spreadsRemoved = 0;
     };
     const Outcome outcome = store.modify([&](Project& project) {
-      if (!project.slide(id)) throw VornoError::notFound("No slide " + id + ".");
-      std::erase_if(project.slides, [&](const Slide& slide) { return slide.id == id; });
+      if (!eraseByID(project.slides, id, [](const Slide& slide) { return slide.id; }))
+        throw VornoError::notFound("No slide " + id + ".");
       const size_t spreads = project.spreads.size();
       project.repairSpreads();
       return Outcome{project, spreads - project.spreads.size()};

@@ -163,10 +163,8 @@ class SpreadDeleteTool final : public Tool {
     FileProjectStore store = context.store(arguments.requireString("project"));
     std::string id = arguments.requireString("id");
     store.modify([&](Project& project) {
-      auto stays = std::remove_if(project.spreads.begin(), project.spreads.end(),
-                                  [&](const Spread& spread) { return spread.id == id; });
-      if (stays == project.spreads.end()) throw VornoError::notFound("No spread " + id + ".");
-      project.spreads.erase(stays, project.spreads.end());
+      if (!eraseByID(project.spreads, id, [](const Spread& spread) { return spread.id; }))
+        throw VornoError::notFound("No spread " + id + ".");
     });
     return {Content::plain("Deleted spread " + id + ".")};
   }

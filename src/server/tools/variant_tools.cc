@@ -121,10 +121,8 @@ class VariantDeleteTool final : public Tool {
     FileProjectStore store = context.store(arguments.requireString("project"));
     std::string id = arguments.requireString("id");
     Project saved = store.modify([&](Project& project) {
-      auto stays = std::remove_if(project.variants.begin(), project.variants.end(),
-                                  [&](const Variant& variant) { return variant.id == id; });
-      if (stays == project.variants.end()) throw VornoError::notFound("No variant " + id + ".");
-      project.variants.erase(stays, project.variants.end());
+      if (!eraseByID(project.variants, id, [](const Variant& variant) { return variant.id; }))
+        throw VornoError::notFound("No variant " + id + ".");
       return project;
     });
     std::string left = variantList(saved);
