@@ -3,6 +3,7 @@
 // loader), so that what the stores would see is checked by an independent decoder.
 #pragma once
 
+#include "tests/read_text.h"
 #include "tests/run_process.h"
 
 #include <nlohmann/json.hpp>
@@ -45,13 +46,6 @@ inline std::set<std::string> filesUnder(const std::filesystem::path& folder) {
   for (const auto& entry : fs::recursive_directory_iterator(folder))
     if (entry.is_regular_file()) out.insert(fs::relative(entry.path(), folder).string());
   return out;
-}
-
-inline std::string readText(const std::filesystem::path& file) {
-  std::ifstream in(file, std::ios::binary);
-  std::stringstream text;
-  text << in.rdbuf();
-  return text.str();
 }
 
 struct PNGFacts {

@@ -3,6 +3,7 @@
 #include "kit/model/coding.h"
 #include "kit/util/json_output.h"
 #include "tests/hang_guard.h"
+#include "tests/read_text.h"
 #include "tests/run_process.h"
 
 #include <fcntl.h>
@@ -20,13 +21,6 @@ namespace vorno::activity_log_test {
 namespace {
 
 namespace fs = std::filesystem;
-
-std::string slurp(const fs::path& path) {
-  std::ifstream in(path, std::ios::binary);
-  std::ostringstream text;
-  text << in.rdbuf();
-  return text.str();
-}
 
 void appendText(const fs::path& path, const std::string& text) {
   std::ofstream(path, std::ios::binary | std::ios::app) << text;
@@ -115,7 +109,7 @@ TEST_F(ActivityLogTest, FileOf262145BytesIsCutToItsLast200LinesAtNextAppend) {
   size_t filled = fillTo(262145 - lineOf(last).size());
   ASSERT_GT(filled + 1, 200u);
   log.append(last);
-  std::string text = slurp(log.url());
+  std::string text = testing::readText(log.url());
   EXPECT_EQ(lineCount(text), 200u);
   EXPECT_TRUE(text.ends_with(lineOf(last)));
   // The first line kept is the 200th from the end, whole.
@@ -131,7 +125,7 @@ TEST_F(ActivityLogTest, FileOf262144BytesIsNotCut) {
   size_t filled = fillTo(262144 - lineOf(last).size());
   log.append(last);
   EXPECT_EQ(fs::file_size(log.url()), 262144u);
-  EXPECT_EQ(lineCount(slurp(log.url())), filled + 1);
+  EXPECT_EQ(lineCount(testing::readText(log.url())), filled + 1);
 }
 
 TEST_F(ActivityLogTest, LastLineWithoutNewlineIsNotReturnedUntilFinished) {
@@ -231,7 +225,7 @@ TEST_F(ActivityLogTest, AppendWritesOneLineAndReadReturnsItWithTheNextOffset) {
   e.locale = "de-DE";
   e.target = "ios.iphone-6.9";
   log.append(e);
-  EXPECT_EQ(slurp(log.url()), lineOf(e));
+  EXPECT_EQ(testing::readText(log.url()), lineOf(e));
   auto batch = log.read(0);
   ASSERT_EQ(batch.events.size(), 1u);
   EXPECT_EQ(batch.events[0], e);
@@ -294,7 +288,7 @@ TEST_F(ActivityLogTest, LinesFromManyWritersStayWhole) {
   for (auto& writer : writers) writer.join();
   auto batch = log.read(0);
   EXPECT_EQ(batch.events.size(), 200u);
-  EXPECT_EQ(lineCount(slurp(log.url())), 200u);
+  EXPECT_EQ(lineCount(testing::readText(log.url())), 200u);
 }
 
 }  // namespace

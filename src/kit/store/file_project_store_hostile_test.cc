@@ -6,6 +6,7 @@
 #include "kit/model/project.h"
 #include "kit/util/vorno_error.h"
 #include "tests/hang_guard.h"
+#include "tests/read_text.h"
 #include "tests/temp_folder.h"
 
 #include <gtest/gtest.h>
@@ -22,13 +23,6 @@ namespace vorno::file_project_store_hostile_test {
 namespace {
 
 namespace fs = std::filesystem;
-
-std::string slurp(const fs::path& path) {
-  std::ifstream in(path, std::ios::binary);
-  std::ostringstream text;
-  text << in.rdbuf();
-  return text.str();
-}
 
 class HostilePackage : public ::testing::Test {
  protected:
@@ -50,7 +44,7 @@ class HostilePackage : public ::testing::Test {
 
   // Nothing was written outside the package: the canary alone, with its bytes.
   void expectOutsideUntouched() const {
-    EXPECT_EQ(slurp(canary()), "untouched");
+    EXPECT_EQ(testing::readText(canary()), "untouched");
     size_t entries = 0;
     for (const auto& entry : fs::directory_iterator(outside())) {
       ++entries;
@@ -130,7 +124,7 @@ TEST_F(HostilePackage, ImportBesideALinkAtTheDestinationNameTakesAnotherNameAndL
   fs::create_directories(root_ / "assets");
   fs::create_symlink(canary(), root_ / "assets" / "canary.txt");
   EXPECT_EQ(store.import(folder_.path() / "canary.txt", "assets"), "assets/canary-2.txt");
-  EXPECT_EQ(slurp(root_ / "assets" / "canary-2.txt"), "mine");
+  EXPECT_EQ(testing::readText(root_ / "assets" / "canary-2.txt"), "mine");
   EXPECT_TRUE(fs::is_symlink(root_ / "assets" / "canary.txt"));
   expectOutsideUntouched();
 }

@@ -5,6 +5,7 @@
 #include "kit/store/concurrency_fixture.h"
 #include "kit/util/atomic_write.h"
 #include "kit/util/vorno_error.h"
+#include "tests/read_text.h"
 #include "tests/signal_pipe.h"
 
 #include <signal.h>
@@ -21,13 +22,6 @@ namespace {
 
 namespace fs = std::filesystem;
 using testing::SignalPipe;
-
-std::string slurp(const fs::path& path) {
-  std::ifstream in(path, std::ios::binary);
-  std::ostringstream text;
-  text << in.rdbuf();
-  return text.str();
-}
 
 // A document in a failure message: its size and how it starts, not its 80 000 letters.
 std::string brief(const std::string& bytes) {
@@ -131,7 +125,7 @@ TEST_F(FileProjectStoreKilledWriter, KilledAtEveryStepOfASaveLeavesAWholeDocumen
       const std::string old = FileProjectStore::encode(savedBy(writer, save - 1));
       const std::string fresh = FileProjectStore::encode(savedBy(writer, save));
       const bool renamed = step == WriteStep::renamed;
-      EXPECT_SAME_BYTES(slurp(store.project()), renamed ? fresh : old);
+      EXPECT_SAME_BYTES(testing::readText(store.project()), renamed ? fresh : old);
       try {
         EXPECT_SAME_BYTES(store.load().appName, savedBy(writer, renamed ? save : save - 1).appName);
       } catch (const VornoError& error) {
@@ -140,10 +134,10 @@ TEST_F(FileProjectStoreKilledWriter, KilledAtEveryStepOfASaveLeavesAWholeDocumen
       // The temporary file beside it is exactly as far along as the step says.
       switch (step) {
         case WriteStep::opening: ADD_FAILURE() << "writers aren't held before their temporary file exists"; break;
-        case WriteStep::opened: EXPECT_SAME_BYTES(slurp(*temporary), ""); break;
-        case WriteStep::halfWritten: EXPECT_SAME_BYTES(slurp(*temporary), fresh.substr(0, fresh.size() / 2)); break;
+        case WriteStep::opened: EXPECT_SAME_BYTES(testing::readText(*temporary), ""); break;
+        case WriteStep::halfWritten: EXPECT_SAME_BYTES(testing::readText(*temporary), fresh.substr(0, fresh.size() / 2)); break;
         case WriteStep::written:
-        case WriteStep::flushed: EXPECT_SAME_BYTES(slurp(*temporary), fresh); break;
+        case WriteStep::flushed: EXPECT_SAME_BYTES(testing::readText(*temporary), fresh); break;
         case WriteStep::renamed: EXPECT_FALSE(fs::exists(*temporary)); break;
       }
 

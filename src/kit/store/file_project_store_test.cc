@@ -5,6 +5,7 @@
 #include "kit/model/project_json.h"
 #include "kit/util/sha256.h"
 #include "kit/util/vorno_error.h"
+#include "tests/read_text.h"
 #include "tests/run_process.h"
 
 #include <gtest/gtest.h>
@@ -26,13 +27,6 @@ namespace vorno::file_project_store_test {
 namespace {
 
 namespace fs = std::filesystem;
-
-std::string slurp(const fs::path& path) {
-  std::ifstream in(path, std::ios::binary);
-  std::ostringstream text;
-  text << in.rdbuf();
-  return text.str();
-}
 
 void writeText(const fs::path& path, const std::string& text) {
   fs::create_directories(path.parent_path());
@@ -101,7 +95,7 @@ TEST_F(FileProjectStoreTest, SchemaThreeLoadsAndFirstChangeRewritesItWithFive) {
   FileProjectStore store(root_);
   EXPECT_EQ(store.load().schemaVersion, 3);
   store.modify([](Project& p) { p.appName = "Tide 2"; });
-  Json written = parseJSON(slurp(store.project()));
+  Json written = parseJSON(testing::readText(store.project()));
   EXPECT_EQ(written["schemaVersion"], 5);
   EXPECT_EQ(written["appName"], "Tide 2");
   EXPECT_EQ(store.load().schemaVersion, 5);
@@ -133,7 +127,7 @@ TEST_F(FileProjectStoreTest, ModifyThatChangesNothingKeepsModificationTime) {
   const auto before = fs::file_time_type::clock::now() - std::chrono::hours(24);
   fs::last_write_time(store.project(), before);
   ino_t inode = inodeOf(store.project());
-  std::string bytes = slurp(store.project());
+  std::string bytes = testing::readText(store.project());
   int result = store.modify([](Project& p) {
     p.appName = "changed";
     p.appName = "Tide";  // back to what it was: no change by equality
@@ -142,7 +136,7 @@ TEST_F(FileProjectStoreTest, ModifyThatChangesNothingKeepsModificationTime) {
   EXPECT_EQ(result, 7);
   EXPECT_EQ(fs::last_write_time(store.project()), before);
   EXPECT_EQ(inodeOf(store.project()), inode);
-  EXPECT_EQ(slurp(store.project()), bytes);
+  EXPECT_EQ(testing::readText(store.project()), bytes);
 }
 
 TEST_F(FileProjectStoreTest, ModifyThatChangesNothingKeepsUnknownFields) {
@@ -151,16 +145,16 @@ TEST_F(FileProjectStoreTest, ModifyThatChangesNothingKeepsUnknownFields) {
   writeProjectJSON(json);
   FileProjectStore store(root_);
   store.modify([](Project&) {});
-  EXPECT_EQ(parseJSON(slurp(store.project()))["futureField"], "kept");
+  EXPECT_EQ(parseJSON(testing::readText(store.project()))["futureField"], "kept");
 }
 
 TEST_F(FileProjectStoreTest, SavingTwiceGivesByteIdenticalFiles) {
   FileProjectStore store(root_);
   std::string first = store.save(sampleProject());
-  std::string firstFile = slurp(store.project());
+  std::string firstFile = testing::readText(store.project());
   std::string second = store.save(sampleProject());
   EXPECT_EQ(first, second);
-  EXPECT_EQ(firstFile, slurp(store.project()));
+  EXPECT_EQ(firstFile, testing::readText(store.project()));
   EXPECT_EQ(first, firstFile);
 }
 
@@ -171,7 +165,7 @@ TEST_F(FileProjectStoreTest, SaveWritesPrettySortedDocumentWithOneFinalNewline) 
   FileProjectStore store(folder_ / "new" / "deeper" / "App.vorno");
   std::string bytes = store.save(project);
   EXPECT_EQ(project.schemaVersion, 2);  // the caller's value is left alone
-  EXPECT_EQ(bytes, slurp(store.project()));
+  EXPECT_EQ(bytes, testing::readText(store.project()));
   EXPECT_TRUE(bytes.starts_with("{\n  \"appName\": \"Tide/Pro\",\n")) << bytes;
   EXPECT_TRUE(bytes.ends_with("}\n") && !bytes.ends_with("\n\n"));
   EXPECT_NE(bytes.find("\n  \"schemaVersion\": 5"), std::string::npos);
@@ -184,7 +178,7 @@ TEST_F(FileProjectStoreTest, SaveWritesPrettySortedDocumentWithOneFinalNewline) 
 TEST_F(FileProjectStoreTest, FailedSaveLeavesPreviousFileIntactAndNoTemporary) {
   FileProjectStore store(root_);
   store.save(sampleProject());
-  std::string before = slurp(store.project());
+  std::string before = testing::readText(store.project());
   Project big = sampleProject();
   big.appName = std::string(100000, 'x');
   // A file size limit makes the write itself fail part way, as a full disk would.
@@ -200,7 +194,7 @@ TEST_F(FileProjectStoreTest, FailedSaveLeavesPreviousFileIntactAndNoTemporary) {
   ASSERT_TRUE(error);
   EXPECT_EQ(error->kind(), VornoError::Kind::io);
   EXPECT_EQ(error->message(), "Couldn't write " + store.project().string() + ": File too large.");
-  EXPECT_EQ(slurp(store.project()), before);
+  EXPECT_EQ(testing::readText(store.project()), before);
   size_t entries = 0;
   for ([[maybe_unused]] const auto& entry : fs::directory_iterator(root_)) ++entries;
   EXPECT_EQ(entries, 1u);
@@ -443,20 +437,20 @@ TEST_F(FileProjectStoreTest, CreateMakesFoldersGitignoreAndDocument) {
   EXPECT_TRUE(fs::is_directory(store.exportsDir()));
   EXPECT_FALSE(fs::exists(root_ / "assets"));
   EXPECT_FALSE(fs::exists(root_ / "fonts"));
-  EXPECT_EQ(slurp(root_ / ".gitignore"), "renders/\nexports/\n.activity.jsonl\n");
+  EXPECT_EQ(testing::readText(root_ / ".gitignore"), "renders/\nexports/\n.activity.jsonl\n");
   EXPECT_EQ(store.load(), sampleProject());
 }
 
 TEST_F(FileProjectStoreTest, GitignoreRendersWithTrailingBlanksCountsButExportsWithoutSlashDoesNot) {
   writeText(root_ / ".gitignore", "renders/   \t\nexports\n");
   FileProjectStore(root_).ignoreGeneratedFiles();
-  EXPECT_EQ(slurp(root_ / ".gitignore"), "renders/   \t\nexports\nexports/\n.activity.jsonl\n");
+  EXPECT_EQ(testing::readText(root_ / ".gitignore"), "renders/   \t\nexports\nexports/\n.activity.jsonl\n");
 }
 
 TEST_F(FileProjectStoreTest, GitignoreWithoutFinalNewlineGetsOneBeforeAppendedLines) {
   writeText(root_ / ".gitignore", "*.tmp");
   FileProjectStore(root_).ignoreGeneratedFiles();
-  EXPECT_EQ(slurp(root_ / ".gitignore"), "*.tmp\nrenders/\nexports/\n.activity.jsonl\n");
+  EXPECT_EQ(testing::readText(root_ / ".gitignore"), "*.tmp\nrenders/\nexports/\n.activity.jsonl\n");
 }
 
 TEST_F(FileProjectStoreTest, CompleteGitignoreIsNotRewritten) {
@@ -464,13 +458,13 @@ TEST_F(FileProjectStoreTest, CompleteGitignoreIsNotRewritten) {
   ino_t inode = inodeOf(root_ / ".gitignore");
   FileProjectStore(root_).ignoreGeneratedFiles();
   EXPECT_EQ(inodeOf(root_ / ".gitignore"), inode);
-  EXPECT_EQ(slurp(root_ / ".gitignore"), "  .activity.jsonl\r\n\r\nexports/\r\nrenders/");
+  EXPECT_EQ(testing::readText(root_ / ".gitignore"), "  .activity.jsonl\r\n\r\nexports/\r\nrenders/");
 }
 
 TEST_F(FileProjectStoreTest, MissingGitignoreGetsAllThreeLines) {
   fs::create_directories(root_);
   FileProjectStore(root_).ignoreGeneratedFiles();
-  EXPECT_EQ(slurp(root_ / ".gitignore"), "renders/\nexports/\n.activity.jsonl\n");
+  EXPECT_EQ(testing::readText(root_ / ".gitignore"), "renders/\nexports/\n.activity.jsonl\n");
 }
 
 TEST_F(FileProjectStoreTest, ImportOfFileInsidePackageCopiesNothingAndReturnsItsPath) {
@@ -491,9 +485,9 @@ TEST_F(FileProjectStoreTest, ImportingLogoTwiceGivesLogoAndLogo2) {
   writeText(folder_ / "art" / "logo.png", "second");
   EXPECT_EQ(store.import(folder_ / "art" / "logo.png", "assets"), "assets/logo-2.png");
   EXPECT_EQ(store.import(folder_ / "art" / "logo.png", "assets"), "assets/logo-3.png");
-  EXPECT_EQ(slurp(root_ / "assets" / "logo.png"), "first");
-  EXPECT_EQ(slurp(root_ / "assets" / "logo-2.png"), "second");
-  EXPECT_EQ(slurp(folder_ / "art" / "logo.png"), "second");  // the source stays
+  EXPECT_EQ(testing::readText(root_ / "assets" / "logo.png"), "first");
+  EXPECT_EQ(testing::readText(root_ / "assets" / "logo-2.png"), "second");
+  EXPECT_EQ(testing::readText(folder_ / "art" / "logo.png"), "second");  // the source stays
 }
 
 TEST_F(FileProjectStoreTest, ImportedFileWithoutExtensionGetsNoDot) {
@@ -509,7 +503,7 @@ TEST_F(FileProjectStoreTest, SiblingFolderWithRootAsPrefixIsNotInside) {
   store.create(sampleProject());
   writeText(folder_ / "App.vorno-old" / "a.png", "a");
   EXPECT_EQ(store.import(folder_ / "App.vorno-old" / "a.png", "assets"), "assets/a.png");
-  EXPECT_EQ(slurp(root_ / "assets" / "a.png"), "a");
+  EXPECT_EQ(testing::readText(root_ / "assets" / "a.png"), "a");
 }
 
 TEST_F(FileProjectStoreTest, ImportOfMissingFileNamesItAndMakesNoFolder) {
@@ -526,11 +520,11 @@ TEST_F(FileProjectStoreTest, CopyReplacingCreatesParentAndReplacesExistingFileWh
   writeText(folder_ / "a.png", "new");
   fs::path destination = folder_ / "out" / "deep" / "a.png";
   FileProjectStore::copyReplacing(folder_ / "a.png", destination);
-  EXPECT_EQ(slurp(destination), "new");
+  EXPECT_EQ(testing::readText(destination), "new");
   writeText(folder_ / "b.png", "newer");
   std::ifstream oldReader(destination, std::ios::binary);  // still sees the old file after the swap
   FileProjectStore::copyReplacing(folder_ / "b.png", destination);
-  EXPECT_EQ(slurp(destination), "newer");
+  EXPECT_EQ(testing::readText(destination), "newer");
   std::string old;
   oldReader >> old;
   EXPECT_EQ(old, "new");
@@ -545,7 +539,7 @@ TEST_F(FileProjectStoreTest, CopyReplacingOntoItselfThroughLinkDoesNothing) {
   ino_t inode = inodeOf(folder_ / "real" / "a.png");
   FileProjectStore::copyReplacing(folder_ / "real" / "a.png", folder_ / "link" / "." / "a.png");
   EXPECT_EQ(inodeOf(folder_ / "real" / "a.png"), inode);
-  EXPECT_EQ(slurp(folder_ / "real" / "a.png"), "same");
+  EXPECT_EQ(testing::readText(folder_ / "real" / "a.png"), "same");
 }
 
 TEST_F(FileProjectStoreTest, CopyReplacingOntoALinkReplacesTheLinkAndLeavesWhatItPointedAt) {
@@ -555,8 +549,8 @@ TEST_F(FileProjectStoreTest, CopyReplacingOntoALinkReplacesTheLinkAndLeavesWhatI
   fs::create_symlink(folder_ / "outside.txt", folder_ / "fonts" / "x.ttf");
   FileProjectStore::copyReplacing(folder_ / "font.ttf", folder_ / "fonts" / "x.ttf");
   EXPECT_FALSE(fs::is_symlink(fs::symlink_status(folder_ / "fonts" / "x.ttf")));
-  EXPECT_EQ(slurp(folder_ / "fonts" / "x.ttf"), "new");
-  EXPECT_EQ(slurp(folder_ / "outside.txt"), "untouched");
+  EXPECT_EQ(testing::readText(folder_ / "fonts" / "x.ttf"), "new");
+  EXPECT_EQ(testing::readText(folder_ / "outside.txt"), "untouched");
 }
 
 TEST_F(FileProjectStoreTest, CopyReplacingThatCannotSwapRemovesTemporaryAndThrows) {

@@ -1,6 +1,7 @@
 #include "kit/util/atomic_write.h"
 
 #include "kit/util/vorno_error.h"
+#include "tests/read_text.h"
 #include "tests/run_process.h"
 #include "tests/temp_folder.h"
 
@@ -14,13 +15,6 @@
 
 namespace vorno::atomic_write_test {
 namespace {
-
-std::string slurp(const std::filesystem::path& path) {
-  std::ifstream in(path, std::ios::binary);
-  std::ostringstream text;
-  text << in.rdbuf();
-  return text.str();
-}
 
 size_t entryCount(const std::filesystem::path& folder) {
   size_t count = 0;
@@ -37,7 +31,7 @@ class AtomicWrite : public ::testing::Test {
 
 TEST_F(AtomicWrite, CreatesFileWithBytesAndLeavesNoTemporary) {
   atomicWrite(folder_ / "a.json", "{}\n");
-  EXPECT_EQ(slurp(folder_ / "a.json"), "{}\n");
+  EXPECT_EQ(testing::readText(folder_ / "a.json"), "{}\n");
   EXPECT_EQ(entryCount(folder_), 1u);
 }
 
@@ -45,7 +39,7 @@ TEST_F(AtomicWrite, ReplacesExistingFileAndKeepsItsPermissions) {
   atomicWrite(folder_ / "a.txt", "old");
   ASSERT_EQ(::chmod((folder_ / "a.txt").c_str(), 0600), 0);
   atomicWrite(folder_ / "a.txt", "new bytes");
-  EXPECT_EQ(slurp(folder_ / "a.txt"), "new bytes");
+  EXPECT_EQ(testing::readText(folder_ / "a.txt"), "new bytes");
   struct stat info {};
   ASSERT_EQ(::stat((folder_ / "a.txt").c_str(), &info), 0);
   EXPECT_EQ(info.st_mode & 0777, 0600u);
@@ -59,7 +53,7 @@ TEST_F(AtomicWrite, ReplacementIsANewFileSoAnOpenReaderKeepsOldBytes) {
   std::string seen;
   reader >> seen;
   EXPECT_EQ(seen, "old");
-  EXPECT_EQ(slurp(folder_ / "a.txt"), "new");
+  EXPECT_EQ(testing::readText(folder_ / "a.txt"), "new");
 }
 
 TEST_F(AtomicWrite, MissingFolderIsOneIoSentenceNamingTarget) {
@@ -84,7 +78,7 @@ TEST_F(AtomicWrite, FailedRenameRemovesTemporaryAndKeepsWhatWasThere) {
     EXPECT_TRUE(error.message().starts_with("Couldn't write " + (folder_ / "taken").string() + ": "));
   }
   EXPECT_EQ(entryCount(folder_), 1u);
-  EXPECT_EQ(slurp(folder_ / "taken" / "inside"), "keep");
+  EXPECT_EQ(testing::readText(folder_ / "taken" / "inside"), "keep");
 }
 
 TEST_F(AtomicWrite, CopyStreamsSourceAndKeepsItsPermissions) {
@@ -93,7 +87,7 @@ TEST_F(AtomicWrite, CopyStreamsSourceAndKeepsItsPermissions) {
   atomicWrite(folder_ / "source.bin", big);
   ASSERT_EQ(::chmod((folder_ / "source.bin").c_str(), 0640), 0);
   atomicCopy(folder_ / "source.bin", folder_ / "copy.bin");
-  EXPECT_EQ(slurp(folder_ / "copy.bin"), big);
+  EXPECT_EQ(testing::readText(folder_ / "copy.bin"), big);
   struct stat info {};
   ASSERT_EQ(::stat((folder_ / "copy.bin").c_str(), &info), 0);
   EXPECT_EQ(info.st_mode & 0777, 0640u);
@@ -181,7 +175,7 @@ std::vector<std::string> seenStepNames() {
 
 void recordStep(const std::filesystem::path& target, const std::filesystem::path& temporary, WriteStep step) {
   if (step == WriteStep::opening) return;  // before the temporary file exists: nothing to see yet
-  seenSteps.push_back({step, std::filesystem::exists(temporary) ? slurp(temporary) : "(gone)", slurp(target)});
+  seenSteps.push_back({step, std::filesystem::exists(temporary) ? testing::readText(temporary) : "(gone)", testing::readText(target)});
 }
 
 // Watches every write while it lives.
@@ -213,7 +207,7 @@ TEST(AtomicWriteSteps, RebuildablePictureIsNeverFlushed) {
   WatchedWrites watch;
   atomicWrite(target, "pixels", Durability::rebuildable);
   EXPECT_EQ(seenStepNames(), (std::vector<std::string>{"opened", "halfWritten", "written", "renamed"}));
-  EXPECT_EQ(slurp(target), "pixels");
+  EXPECT_EQ(testing::readText(target), "pixels");
 }
 
 TEST(AtomicWriteSteps, CopyIsFlushedBeforeItIsRenamed) {

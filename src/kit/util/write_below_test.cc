@@ -5,6 +5,7 @@
 
 #include "kit/util/atomic_write.h"
 #include "kit/util/vorno_error.h"
+#include "tests/read_text.h"
 #include "tests/temp_folder.h"
 
 #include <gtest/gtest.h>
@@ -18,13 +19,6 @@ namespace vorno::write_below_test {
 namespace {
 
 namespace fs = std::filesystem;
-
-std::string slurp(const fs::path& path) {
-  std::ifstream in(path, std::ios::binary);
-  std::ostringstream text;
-  text << in.rdbuf();
-  return text.str();
-}
 
 // Runs `act` once, at the first `step` of a write, and leaves the hook as it found it.
 class StepAction {
@@ -61,7 +55,7 @@ class WriteBelow : public ::testing::Test {
 
   // Only the canary outside, with its bytes.
   void expectOutsideUntouched() const {
-    EXPECT_EQ(slurp(outside_ / "canary.txt"), "untouched");
+    EXPECT_EQ(testing::readText(outside_ / "canary.txt"), "untouched");
     for (const auto& entry : fs::directory_iterator(outside_))
       EXPECT_EQ(entry.path().filename(), "canary.txt") << "written outside the package: " << entry.path();
   }
@@ -78,14 +72,14 @@ class WriteBelow : public ::testing::Test {
 
 TEST_F(WriteBelow, WritesTheBytesAndMakesTheMissingFolders) {
   writeFileBelow(root_, "exports/ios/en-US/01-a.png", "png");
-  EXPECT_EQ(slurp(root_ / "exports" / "ios" / "en-US" / "01-a.png"), "png");
+  EXPECT_EQ(testing::readText(root_ / "exports" / "ios" / "en-US" / "01-a.png"), "png");
 }
 
 TEST_F(WriteBelow, FolderSwappedForALinkAfterTheCheckKeepsTheWriteInTheFolderLookedAt) {
   checkedWritePath(root_, "renders/a.png");
   StepAction swap(WriteStep::opening, [&] { swapRendersForALink(); });
   writeFileBelow(root_, "renders/a.png", "picture", Durability::rebuildable);
-  EXPECT_EQ(slurp(root_ / "renders-looked-at" / "a.png"), "picture");
+  EXPECT_EQ(testing::readText(root_ / "renders-looked-at" / "a.png"), "picture");
   expectOutsideUntouched();
 }
 
@@ -93,7 +87,7 @@ TEST_F(WriteBelow, CopySwappedForALinkAfterTheCheckKeepsTheCopyInTheFolderLooked
   std::ofstream(folder_.path() / "font.ttf") << "font";
   StepAction swap(WriteStep::opening, [&] { swapRendersForALink(); });
   copyFileBelow(folder_.path() / "font.ttf", root_, "renders/font.ttf");
-  EXPECT_EQ(slurp(root_ / "renders-looked-at" / "font.ttf"), "font");
+  EXPECT_EQ(testing::readText(root_ / "renders-looked-at" / "font.ttf"), "font");
   expectOutsideUntouched();
 }
 
@@ -102,7 +96,7 @@ TEST_F(WriteBelow, RenameInAHeldFolderStaysThereWhenTheFolderIsSwappedForALink) 
   atomicWriteInto(folder.open(), ".a.png.staged", "picture");
   swapRendersForALink();
   renameInto(folder.open(), ".a.png.staged", "a.png");
-  EXPECT_EQ(slurp(root_ / "renders-looked-at" / "a.png"), "picture");
+  EXPECT_EQ(testing::readText(root_ / "renders-looked-at" / "a.png"), "picture");
   EXPECT_FALSE(fs::exists(root_ / "renders-looked-at" / ".a.png.staged"));
   expectOutsideUntouched();
 }

@@ -12,6 +12,7 @@
 #include "kit/model/store_target.h"
 #include "server/tool_test_support.h"
 #include "server/vorno_server.h"
+#include "tests/read_text.h"
 
 namespace vorno::project_tools_test {
 namespace {
@@ -19,13 +20,6 @@ namespace {
 namespace fs = std::filesystem;
 using testing::ToolHarness;
 using testing::ToolResult;
-
-std::string slurp(const fs::path& path) {
-  std::ifstream in(path, std::ios::binary);
-  std::stringstream bytes;
-  bytes << in.rdbuf();
-  return bytes.str();
-}
 
 void write(const fs::path& path, const std::string& bytes) {
   fs::create_directories(path.parent_path());
@@ -285,7 +279,7 @@ TEST(ProjectUpdateTool, OnlyProjectAnswersSavedAndRewritesNothing) {
   const std::string package = harness.package("App.vorno", {"intro"});
   const fs::path file = fs::path(package) / "project.json";
   // An unknown key survives only as long as nothing rewrites the file.
-  std::string before = slurp(file);
+  std::string before = testing::readText(file);
   before.insert(before.find('{') + 1, "\n  \"zzz\": 1,");
   write(file, before);
   const auto modified = fs::last_write_time(file);
@@ -294,7 +288,7 @@ TEST(ProjectUpdateTool, OnlyProjectAnswersSavedAndRewritesNothing) {
   ASSERT_FALSE(result.isError) << result.text();
   EXPECT_EQ(result.text(0), "Saved.");
   EXPECT_TRUE(result.json(1).is_array());
-  EXPECT_EQ(slurp(file), before);
+  EXPECT_EQ(testing::readText(file), before);
   EXPECT_EQ(fs::last_write_time(file), modified);
 }
 
@@ -341,12 +335,12 @@ TEST(ProjectUpdateTool, ThemeReplacesTheWholeThemeAndReportsUnknownFieldsFirst) 
 TEST(ProjectUpdateTool, BadLocaleFailsAndLeavesTheFileAlone) {
   ToolHarness harness;
   const std::string package = harness.package("App.vorno", {"intro"});
-  const std::string before = slurp(fs::path(package) / "project.json");
+  const std::string before = testing::readText(fs::path(package) / "project.json");
   ToolResult result = harness.call("project_update", args({{"project", package}, {"locales", {"en-US", ".hidden"}}}));
   EXPECT_TRUE(result.isError);
   EXPECT_EQ(result.text(),
             "Locale \".hidden\" can't be used in a file name: use letters, digits, - and _ (no /, no leading dot).");
-  EXPECT_EQ(slurp(fs::path(package) / "project.json"), before);
+  EXPECT_EQ(testing::readText(fs::path(package) / "project.json"), before);
 }
 
 TEST(ProjectUpdateTool, ActivityNamesTheChangedSettingsInWords) {

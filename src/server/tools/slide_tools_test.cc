@@ -14,6 +14,7 @@
 #include "kit/store/file_project_store.h"
 #include "server/tool_test_support.h"
 #include "server/tools/slide_upsert_description.h"
+#include "tests/read_text.h"
 
 namespace vorno::slide_tools_test {
 namespace {
@@ -28,13 +29,6 @@ std::vector<std::string> ids(const Project& project) {
   std::vector<std::string> out;
   for (const Slide& slide : project.slides) out.push_back(slide.id);
   return out;
-}
-
-std::string slurp(const fs::path& path) {
-  std::ifstream in(path, std::ios::binary);
-  std::stringstream bytes;
-  bytes << in.rdbuf();
-  return bytes.str();
 }
 
 std::vector<nlohmann::json> activity(const std::string& package) {
@@ -146,12 +140,12 @@ TEST(SlideUpsertTool, NoSlideFailsWithItsOwnSentence) {
 TEST(SlideUpsertTool, UnsafeSlideIdFailsAndWritesNothing) {
   ToolHarness harness;
   const std::string package = harness.package("App.vorno", {"a"});
-  const std::string before = slurp(fs::path(package) / "project.json");
+  const std::string before = testing::readText(fs::path(package) / "project.json");
   ToolResult result = harness.call("slide_upsert", args({{"project", package}, {"slide", slide("../x")}}));
   EXPECT_TRUE(result.isError);
   EXPECT_EQ(result.text(),
             "Slide id \"../x\" can't be used in a file name: use letters, digits, - and _ (no /, no leading dot).");
-  EXPECT_EQ(slurp(fs::path(package) / "project.json"), before);
+  EXPECT_EQ(testing::readText(fs::path(package) / "project.json"), before);
 }
 
 // 70 emoji: 70 characters, but 280 bytes, more than a file name may hold.
@@ -164,12 +158,12 @@ std::string seventyEmoji() {
 TEST(SlideUpsertTool, SeventyEmojiIdFailsAndWritesNothing) {
   ToolHarness harness;
   const std::string package = harness.package("App.vorno", {"a"});
-  const std::string before = slurp(fs::path(package) / "project.json");
+  const std::string before = testing::readText(fs::path(package) / "project.json");
   ToolResult result = harness.call("slide_upsert", args({{"project", package}, {"slide", slide(seventyEmoji())}}));
   EXPECT_TRUE(result.isError);
   EXPECT_EQ(result.text(), "Slide id \"" + seventyEmoji() +
                                "\" can't be used in a file name: use letters, digits, - and _ (no /, no leading dot).");
-  EXPECT_EQ(slurp(fs::path(package) / "project.json"), before);
+  EXPECT_EQ(testing::readText(fs::path(package) / "project.json"), before);
 }
 
 TEST(SlideUpsertTool, DescriptionListsTheComponentKindsOfTheCatalogue) {
@@ -258,11 +252,11 @@ TEST(SlidesReorderTool, SpreadsSplitApartByTheOrderAreRemovedAndCounted) {
 TEST(SlidesReorderTool, DuplicateIdWithOneMissingFails) {
   ToolHarness harness;
   const std::string package = harness.package("App.vorno", {"a", "b", "c"});
-  const std::string before = slurp(fs::path(package) / "project.json");
+  const std::string before = testing::readText(fs::path(package) / "project.json");
   ToolResult result = harness.call("slides_reorder", args({{"project", package}, {"ids", {"a", "a", "b"}}}));
   EXPECT_TRUE(result.isError);
   EXPECT_EQ(result.text(), "ids must list every slide exactly once: a, b, c");
-  EXPECT_EQ(slurp(fs::path(package) / "project.json"), before);
+  EXPECT_EQ(testing::readText(fs::path(package) / "project.json"), before);
 }
 
 TEST(SlidesReorderTool, OneIdTooManyFails) {
