@@ -107,7 +107,7 @@ test-asan: setup $(ASAN_BUILD)/build.ninja
 # both servers. Only those suites are compiled (VORNO_SANITIZER_TESTS), then run by filter.
 TSAN_TESTS := src/kit/util/lru_cache_test.cc src/kit/util/thread_pool_test.cc \
   src/kit/image/image_cache_test.cc src/kit/render/layer_cache_test.cc \
-  src/kit/devices/corner_radius_cache_test.cc src/kit/export/exporter_test.cc \
+  src/kit/devices/corner_radius_cache_test.cc src/kit/devices/device_fixtures_test.cc src/kit/export/exporter_test.cc \
   src/mcp/server_test.cc src/mcp/server_robustness_test.cc src/mcp/stdio_transport_test.cc \
   src/server/vorno_server_test.cc src/server/idle_memory_test.cc
 TSAN_FILTER ?= *
@@ -116,9 +116,13 @@ $(TSAN_BUILD)/build.ninja:
 	  -DCMAKE_C_FLAGS="$(SANITIZE_FLAGS) -fsanitize=thread" -DCMAKE_CXX_FLAGS="$(SANITIZE_FLAGS) -fsanitize=thread" \
 	  -DVORNO_SANITIZER_TESTS="$(subst $(eval) ,;,$(strip $(TSAN_TESTS)))"
 
+# The list is given again on every run: an existing build keeps the one it was configured with.
+# The suppressions (tests/tsan.supp) cover libraries whose own atomics ThreadSanitizer can't see;
+# die_after_fork=0 lets the servers' tests fork a child that starts threads, as `vorno mcp` does.
 test-tsan: setup $(TSAN_BUILD)/build.ninja
+	cmake -S . -B $(TSAN_BUILD) -DVORNO_SANITIZER_TESTS="$(subst $(eval) ,;,$(strip $(TSAN_TESTS)))" > /dev/null
 	cmake --build $(TSAN_BUILD) -j $(JOBS) --target vorno_sanitizer_tests
-	TSAN_OPTIONS="halt_on_error=1 second_deadlock_stack=1" \
+	TSAN_OPTIONS="halt_on_error=1 second_deadlock_stack=1 die_after_fork=0 suppressions=$(CURDIR)/tests/tsan.supp" \
 	  $(TSAN_BUILD)/vorno_sanitizer_tests --gtest_filter='$(TSAN_FILTER)'
 
 # The program alone, for installing and packaging: the tests and benchmarks are not needed.
