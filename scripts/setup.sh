@@ -10,7 +10,7 @@ packages=(
   # Tests and benchmarks; python3 runs the include-order check
   libgtest-dev libgmock-dev libbenchmark-dev python3
   # Document, store and command line
-  nlohmann-json3-dev libcli11-dev libssl-dev libicu-dev libplist-dev libtbb-dev
+  nlohmann-json3-dev libcli11-dev libicu-dev libplist-dev libtbb-dev
   # 2D drawing and text
   libcairo2-dev libpango1.0-dev libharfbuzz-dev libfontconfig-dev libfreetype-dev libfribidi-dev libthai-dev
   # Fonts: the system font and the fallbacks for localised art

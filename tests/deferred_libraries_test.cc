@@ -1,5 +1,6 @@
-// The media libraries (FFmpeg, libheif, poppler, librsvg) are loaded on first use: a run that
-// needs none of them never maps them. The dynamic loader says what it loads when LD_DEBUG=files
+// The media libraries (FFmpeg, libheif, poppler, librsvg), the readers of JPEG, WebP, TIFF and
+// property lists, are loaded on first use: a run that needs none of them never maps them; and
+// no cryptography library is linked at all. The dynamic loader says what it loads when LD_DEBUG=files
 // is set, which is how these tests see it.
 #include "kit/util/deferred_libraries.h"
 #include "kit/util/vorno_error.h"
@@ -15,8 +16,9 @@ namespace {
 
 namespace fs = std::filesystem;
 
-const char* const mediaLibraries[] = {"libavcodec", "libavformat", "libavutil", "libswscale",
-                                      "libheif",    "libpoppler",  "librsvg"};
+const char* const mediaLibraries[] = {"libavcodec", "libavformat", "libavutil", "libswscale", "libheif",
+                                      "libpoppler", "librsvg",     "libjpeg",   "libwebp",    "libtiff",
+                                      "libplist",   "libcrypto"};
 
 // The loader's trace of a vorno run: one line per shared object it maps.
 std::string loadedBy(const std::vector<std::string>& args) {
@@ -36,7 +38,8 @@ TEST(DeferredLibraries, RenderOfASlideWithoutVideoMapsNoVideoLibrary) {
   const std::string trace = loadedBy({"render", "--project", testing::sourceDir() + "/examples/Demo.vorno", "--slide",
                                       "week", "--target", "ios.iphone-6.9", "--locale", "en-US", "--out", out});
   EXPECT_TRUE(fs::exists(out));
-  for (const char* library : {"libavcodec", "libavformat", "libswscale", "libheif", "libpoppler"})
+  for (const char* library : {"libavcodec", "libavformat", "libswscale", "libheif", "libpoppler", "libjpeg", "libwebp",
+                              "libtiff", "libplist", "libcrypto"})
     EXPECT_EQ(trace.find(library), std::string::npos) << library;
   fs::remove_all(fs::path(out).parent_path());
 }

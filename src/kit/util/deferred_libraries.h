@@ -1,6 +1,8 @@
-// Deferred libraries: FFmpeg, libheif, poppler and librsvg are not linked to the program but
-// loaded the first time one of their functions is called (deferred_symbols.S, .inc), so a run
-// that draws no video, HEIC, PDF or SVG never maps them and their hundred dependencies.
+// Deferred libraries: FFmpeg, libheif, poppler, librsvg, libjpeg, libwebp, libtiff and libplist
+// are not linked to the program but loaded the first time one of their functions is called
+// (deferred_symbols.S, .inc), so a run that reads no video, HEIC, PDF, SVG, JPEG, WebP, TIFF or
+// property list never maps them and their hundred dependencies: `vorno --version` maps only what
+// drawing a slide needs.
 //
 // Nothing to call for that: the stand-ins load on demand. `require` loads one up front, for a
 // door that wants a sentence rather than an abort when a library is missing.

@@ -19,6 +19,10 @@ vorno_soname_swscale:     .asciz VORNO_SONAME_swscale
 vorno_soname_heif:        .asciz VORNO_SONAME_heif
 vorno_soname_poppler_glib: .asciz VORNO_SONAME_poppler_glib
 vorno_soname_rsvg:        .asciz VORNO_SONAME_rsvg
+vorno_soname_jpeg:        .asciz VORNO_SONAME_jpeg
+vorno_soname_webp:        .asciz VORNO_SONAME_webp
+vorno_soname_tiff:        .asciz VORNO_SONAME_tiff
+vorno_soname_plist:       .asciz VORNO_SONAME_plist
 
 #define DEFERRED(library, name)                         \
     .section .rodata.vorno_deferred, "a";               \
