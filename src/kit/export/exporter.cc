@@ -238,7 +238,6 @@ struct ExportPlan {
   ExportLayout layout = ExportLayout::vorno;
   std::vector<StoreTarget> slots, canvases;
   std::vector<std::string> locales;
-  fs::path folder;
   ExportFolder base;
   std::vector<Job> jobs;
   size_t slideJobs = 0;  // the jobs of slides come first, then those of creatives
@@ -294,7 +293,7 @@ std::vector<JobResult> drawPictures(const ExportPlan& plan, LaidOut& laidOut, co
   ThreadPool::parallelFor(plan.jobs.size(), [&](size_t step) {
     const size_t index = order[step];
     const Job& job = plan.jobs[index];
-    const fs::path file = plan.folder / job.path;
+    const fs::path file = plan.base.path() / job.path;
     try {
       if (laidOut.failures[index]) std::rethrow_exception(laidOut.failures[index]);
       preparedWritePath(plan.base.root, plan.base.relative(job.path));
@@ -333,7 +332,7 @@ std::vector<std::vector<Issue>> writeVideos(const ExportPlan& plan, const Projec
           project, root, *video.moving, video.locale, plan.base.file(video.path),
           [&](int done, int total) { progress.videoEncoding(video.path, done, total); }, &video.target));
     } catch (...) {
-      rethrow(std::current_exception(), (plan.folder / video.path).string());
+      rethrow(std::current_exception(), (plan.base.path() / video.path).string());
     }
     progress.fileWritten(video.path);
   }
@@ -369,8 +368,7 @@ ExportPlan Exporter::plan(const Project& project, const FileProjectStore& store,
 
   plan.locales = request.locales ? *request.locales : project.locales;
   const std::vector<std::string>& runLocales = plan.locales;
-  plan.folder = standardizePath(request.into ? *request.into : store.exportsDir());
-  plan.base = exportFolder(plan.folder, store);
+  plan.base = exportFolder(standardizePath(request.into ? *request.into : store.exportsDir()), store);
 
   // Every name that becomes part of a path, before anything is drawn or written.
   for (const auto& slide : project.slides) FileName::check(slide.id, "Slide id");
