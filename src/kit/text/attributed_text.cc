@@ -5,6 +5,7 @@
 
 #include "kit/model/text_markup.h"
 #include "kit/text/font_resolver.h"
+#include "kit/util/utf8.h"
 
 #include <glib.h>
 #include <unicode/locid.h>
@@ -37,7 +38,7 @@ namespace {
 std::optional<size_t> cutAfter(std::string_view text, size_t count) {
   const char* p = text.data();
   const char* end = text.data() + text.size();
-  for (size_t n = 0; p < end; ++n, p = g_utf8_next_char(p)) {
+  for (size_t n = 0; p < end; ++n, p = nextUTF8Character(p)) {
     if (n == count) return static_cast<size_t>(p - text.data());
   }
   return std::nullopt;

@@ -1,5 +1,7 @@
 #include "kit/text/balanced_breaks.h"
 
+#include "kit/util/utf8.h"
+
 #include <pango/pango.h>
 
 #include <array>
@@ -82,7 +84,7 @@ bool isSinglePiece(const char* text, const PangoLogAttr* attrs, int attrCount, c
   const char* start = text + line->start_index;
   const char* end = start + line->length;
   int first = -1, last = -1;
-  for (const char* p = start; p < end; p = g_utf8_next_char(p), ++offset) {
+  for (const char* p = start; p < end; p = nextUTF8Character(p), ++offset) {
     if (isBlank(g_utf8_get_char(p))) continue;
     if (first < 0) first = offset;
     last = offset;

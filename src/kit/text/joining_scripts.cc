@@ -1,5 +1,7 @@
 #include "kit/text/joining_scripts.h"
 
+#include "kit/util/utf8.h"
+
 #include <glib.h>
 
 namespace vorno::JoiningScripts {
@@ -49,7 +51,7 @@ std::vector<std::pair<int, int>> spacedRanges(std::string_view text) {
   const char* begin = text.data();
   const char* end = begin + text.size();
   bool joining = false;
-  for (const char* p = begin; p < end; p = g_utf8_next_char(p)) {
+  for (const char* p = begin; p < end; p = nextUTF8Character(p)) {
     gunichar c = g_utf8_get_char(p);
     if (hasOwnScript(g_unichar_get_script(c))) {
       joining = joinsLetters(c);
@@ -58,7 +60,7 @@ std::vector<std::pair<int, int>> spacedRanges(std::string_view text) {
   }
   std::vector<std::pair<int, int>> ranges;
   int spacedStart = joining ? -1 : 0;
-  for (const char* p = begin; p < end; p = g_utf8_next_char(p)) {
+  for (const char* p = begin; p < end; p = nextUTF8Character(p)) {
     gunichar c = g_utf8_get_char(p);
     if (hasOwnScript(g_unichar_get_script(c))) joining = joinsLetters(c);
     int at = static_cast<int>(p - begin);

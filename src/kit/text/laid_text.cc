@@ -5,6 +5,7 @@
 #include "kit/text/font_resolver.h"
 #include "kit/text/joining_scripts.h"
 #include "kit/text/text_context.h"
+#include "kit/util/utf8.h"
 
 #include <cairo.h>
 #include <hb-ot.h>
@@ -204,8 +205,8 @@ void LaidText::measureLines(TextAlign alignment, std::optional<double> boxWidth)
     // The visible content: from the line's first character to its last one that isn't white.
     int contentEnd = line.start;
     for (const char* p = string_.data() + line.start; p < string_.data() + line.start + line.length;
-         p = g_utf8_next_char(p)) {
-      if (!isBlank(g_utf8_get_char(p))) contentEnd = static_cast<int>(g_utf8_next_char(p) - string_.data());
+         p = nextUTF8Character(p)) {
+      if (!isBlank(g_utf8_get_char(p))) contentEnd = static_cast<int>(nextUTF8Character(p) - string_.data());
     }
     auto [minX, maxX] = contentExtent(pl, line.start, contentEnd);
     line.contentMinX = minX;

@@ -16,6 +16,7 @@
 #include "kit/text/attributed_text.h"
 #include "kit/text/laid_text.h"
 #include "kit/text/text_layout.h"
+#include "kit/util/utf8.h"
 
 #include <glib.h>
 #include <pango/pango.h>
@@ -43,7 +44,7 @@ bool writesWithoutSpaces(gunichar c) {
 }
 
 bool needsBreaks(std::string_view word) {
-  for (const char* p = word.data(); p < word.data() + word.size(); p = g_utf8_next_char(p)) {
+  for (const char* p = word.data(); p < word.data() + word.size(); p = nextUTF8Character(p)) {
     if (writesWithoutSpaces(g_utf8_get_char(p))) return true;
   }
   return false;
@@ -59,7 +60,7 @@ std::vector<std::string> breakPieces(const std::string& word, const std::string&
   std::vector<std::string> pieces;
   const char* start = word.data();
   const char* p = word.data();
-  for (glong i = 0; i < chars; ++i, p = g_utf8_next_char(p)) {
+  for (glong i = 0; i < chars; ++i, p = nextUTF8Character(p)) {
     if (i > 0 && attrs[static_cast<size_t>(i)].is_line_break) {
       pieces.emplace_back(start, p);
       start = p;

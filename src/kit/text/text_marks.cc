@@ -4,6 +4,7 @@
 #include "kit/text/text_marks.h"
 
 #include "kit/text/laid_text.h"
+#include "kit/util/utf8.h"
 
 #include <glib.h>
 
@@ -30,18 +31,18 @@ std::vector<Span> markedSpans(const LaidText& text, const LaidLine& line) {
   while (at < lineEnd) {
     const TextLayout::TextRun* run = text.runAt(at);
     if (!run || !run->emphasis) {
-      at = static_cast<int>(g_utf8_next_char(s.data() + at) - s.data());
+      at = static_cast<int>(nextUTF8Character(s.data() + at) - s.data());
       continue;
     }
     int start = at;
     while (at < lineEnd) {
       const TextLayout::TextRun* r = text.runAt(at);
       if (!r || !r->emphasis) break;
-      at = static_cast<int>(g_utf8_next_char(s.data() + at) - s.data());
+      at = static_cast<int>(nextUTF8Character(s.data() + at) - s.data());
     }
     int end = at;
     while (start < end && isWhite(g_utf8_get_char(s.data() + start))) {
-      start = static_cast<int>(g_utf8_next_char(s.data() + start) - s.data());
+      start = static_cast<int>(nextUTF8Character(s.data() + start) - s.data());
     }
     while (end > start) {
       const char* prev = g_utf8_find_prev_char(s.data() + start, s.data() + end);
@@ -109,7 +110,7 @@ std::vector<StickerBox> stickerBoxes(const LaidText& text, const TextLayout::Sty
     double cap = text.capHeightAt(line, line.start).value_or(0.7 * s);
     bool emphasised = false;
     for (int at = line.start; at < line.start + line.length;
-         at = static_cast<int>(g_utf8_next_char(text.string().data() + at) - text.string().data())) {
+         at = static_cast<int>(nextUTF8Character(text.string().data() + at) - text.string().data())) {
       const TextLayout::TextRun* run = text.runAt(at);
       if (run && run->emphasis) {
         emphasised = true;

@@ -3,6 +3,7 @@
 // own break opportunities, and tracking never pulls joined letters apart.
 #include "kit/text/laid_text.h"
 #include "kit/text/text_layout.h"
+#include "kit/util/utf8.h"
 
 #include <glib.h>
 #include <gtest/gtest.h>
@@ -154,7 +155,7 @@ TEST(TextScripts, ThaiBreaksBetweenDictionaryWords) {
 double leadingEdgeSpread(const LaidText& laid, int from, int to) {
   const LaidLine& line = laid.lines()[0];
   double lo = INFINITY, hi = -INFINITY;
-  for (const char* p = laid.string().data() + from; p < laid.string().data() + to; p = g_utf8_next_char(p)) {
+  for (const char* p = laid.string().data() + from; p < laid.string().data() + to; p = nextUTF8Character(p)) {
     double x = laid.offsetForIndex(line, static_cast<int>(p - laid.string().data()));
     lo = std::min(lo, x);
     hi = std::max(hi, x);

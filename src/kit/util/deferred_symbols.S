@@ -23,6 +23,14 @@ vorno_soname_jpeg:        .asciz VORNO_SONAME_jpeg
 vorno_soname_webp:        .asciz VORNO_SONAME_webp
 vorno_soname_tiff:        .asciz VORNO_SONAME_tiff
 vorno_soname_plist:       .asciz VORNO_SONAME_plist
+vorno_soname_cairo:       .asciz VORNO_SONAME_cairo
+vorno_soname_pangocairo:  .asciz VORNO_SONAME_pangocairo
+vorno_soname_pango:       .asciz VORNO_SONAME_pango
+vorno_soname_pangoft2:    .asciz VORNO_SONAME_pangoft2
+vorno_soname_harfbuzz:    .asciz VORNO_SONAME_harfbuzz
+vorno_soname_fontconfig:  .asciz VORNO_SONAME_fontconfig
+vorno_soname_glib:        .asciz VORNO_SONAME_glib
+vorno_soname_gobject:     .asciz VORNO_SONAME_gobject
 
 #define DEFERRED(library, name)                         \
     .section .rodata.vorno_deferred, "a";               \

@@ -14,6 +14,13 @@ namespace vorno {
 /// a scalar above U+10FFFF, a cut sequence, or one of the bytes 0xC0, 0xC1, 0xF5 to 0xFF.
 size_t utf8SequenceLength(std::string_view text);
 
+/// The start of the character after the one at `p`, in text known to be well formed: a step by
+/// the length that its first byte announces.
+inline const char* nextUTF8Character(const char* p) {
+  const auto lead = static_cast<unsigned char>(*p);
+  return p + (lead < 0xC0 ? 1 : lead < 0xE0 ? 2 : lead < 0xF0 ? 3 : 4);
+}
+
 /// True when every byte of `text` belongs to a well-formed sequence.
 bool isValidUTF8(std::string_view text);
 
