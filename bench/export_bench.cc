@@ -6,6 +6,12 @@
 //   taskset -c 0 build/export_bench 1      # one core
 //   build/export_bench 2                   # two cores
 //
+//   taskset -c 0 build/export_bench 1 3 6  # one core, the still set in 6 locales (132 files)
+//
+// With a locale count, the package becomes a set of stills of that many locales: the example's
+// creative loses its motion, and each added locale (German, French, ...) takes the English texts
+// and captures. Videos cost seconds each, so a still set is what measures the cost of a file.
+//
 // Compare the per-file figure with `taskset -c 0 build/render_bench slide`, line (b): an export
 // should cost about one render-to-PNG per file, plus its read-back check. Every figure is the
 // median of its runs, after one warm-up run that fills the image and font caches.
@@ -21,6 +27,8 @@
 #include "kit/util/thread_pool.h"
 #include "tests/run_process.h"
 
+#include <nlohmann/json.hpp>
+
 #include <sys/resource.h>
 #include <time.h>
 #include <unistd.h>
@@ -30,6 +38,7 @@
 #include <cstdio>
 #include <cstdlib>
 #include <filesystem>
+#include <fstream>
 #include <string>
 #include <vector>
 
@@ -57,6 +66,30 @@ double residentMiB() {
     if (std::sscanf(line, "VmRSS: %lf kB", &kib) == 1) break;
   std::fclose(status);
   return kib / 1024.0;
+}
+
+/// Adds `locale` beside every English text of the document: any object keyed by locales.
+void copyEnglishTexts(nlohmann::json& node, const std::string& locale) {
+  if (node.is_object()) {
+    if (node.contains("en-US") && node["en-US"].is_string()) node[locale] = node["en-US"];
+    for (auto& [key, value] : node.items()) copyEnglishTexts(value, locale);
+  } else if (node.is_array()) {
+    for (auto& value : node) copyEnglishTexts(value, locale);
+  }
+}
+
+/// Turns the copied example into a set of stills in `locales` locales (see the top of this file).
+void makeStillSet(const fs::path& root, size_t locales) {
+  static const char* const added[] = {"de-DE", "fr-FR", "es-ES", "it-IT", "pt-BR", "nl-NL", "ko-KR", "sv-SE"};
+  nlohmann::json project = nlohmann::json::parse(std::ifstream(root / "project.json"));
+  for (auto& creative : project["creatives"]) creative.erase("motion");
+  for (size_t index = 0; project["locales"].size() < locales && index < std::size(added); ++index) {
+    const std::string locale = added[index];
+    copyEnglishTexts(project, locale);
+    project["locales"].push_back(locale);
+    fs::copy(root / "captures" / "en-US", root / "captures" / locale, fs::copy_options::recursive);
+  }
+  std::ofstream(root / "project.json") << project.dump(2);
 }
 
 }  // namespace
@@ -107,12 +140,13 @@ void plainRenders(const Project& project, const FileProjectStore& store, const f
 
 int main(int argc, char** argv) {
   if (argc < 2) {
-    std::fprintf(stderr, "usage: export_bench <threads> [runs]\n       export_bench plain [runs]\n");
+    std::fprintf(stderr, "usage: export_bench <threads> [runs] [locales]\n       export_bench plain [runs] [locales]\n");
     return 64;
   }
   const bool plain = std::string(argv[1]) == "plain";
   const size_t threads = plain ? 1 : static_cast<size_t>(std::max(1, std::atoi(argv[1])));
   const int runs = argc > 2 ? std::max(1, std::atoi(argv[2])) : 5;
+  const int stillLocales = argc > 3 ? std::atoi(argv[3]) : 0;
   ThreadPool::setConcurrency(threads);
 
   // The example, copied so that its own exports folder is never touched.
@@ -124,6 +158,7 @@ int main(int argc, char** argv) {
     if (fs::exists(source / part)) fs::copy(source / part, root / part, fs::copy_options::recursive);
 
   try {
+    if (stillLocales > 0) makeStillSet(root, static_cast<size_t>(stillLocales));
     FileProjectStore store(root);
     const Project project = store.load();
     if (plain) {
@@ -154,9 +189,9 @@ int main(int argc, char** argv) {
     }
     const double whole = median(seconds);
     std::sort(seconds.begin(), seconds.end());
-    std::printf("export of the example, %zu files, pool of %zu: median %.2f s (%.2f...%.2f) over %d runs, %.1f ms per "
+    std::printf("export of the %s, %zu files, pool of %zu: median %.2f s (%.2f...%.2f) over %d runs, %.1f ms per "
                 "file, CPU %.1f ms per file, peak memory %.0f MiB (layer budget %lld MiB)\n",
-                files, threads, whole, seconds.front(), seconds.back(), runs, 1000 * whole / static_cast<double>(files),
+                stillLocales > 0 ? "still set" : "example", files, threads, whole, seconds.front(), seconds.back(), runs, 1000 * whole / static_cast<double>(files),
                 1000 * median(cpu) / static_cast<double>(files), peakMiB(),
                 static_cast<long long>(Exporter::layerBudget >> 20));
   } catch (const std::exception& error) {
