@@ -11,7 +11,11 @@
 //     capture (smooth shapes, a soft vignette and sensor-like noise) under a few interface blocks;
 //   2 flat: copy alone on a plain background;
 //   3 gradient: the example's "paid" slide, whose background is a calm dithered gradient.
+//
+// And decoding: three of the example's captures (RGB, mostly up and Paeth rows), read by our
+// one-pass decoder of common PNGs against libspng's row-by-row decoding, both to RGBA.
 #include "kit/image/canvas.h"
+#include "kit/image/codecs.h"
 #include "kit/image/images.h"
 #include "kit/image/png_writer.h"
 #include "kit/model/project.h"
@@ -30,6 +34,8 @@
 #include <cstdio>
 #include <cstdlib>
 #include <cstring>
+#include <fstream>
+#include <iterator>
 #include <vector>
 
 namespace {
@@ -272,6 +278,44 @@ void BM_Downscale(benchmark::State& state) {
   }
 }
 BENCHMARK(BM_Downscale)->Arg(0)->Arg(1)->Unit(benchmark::kMillisecond);
+
+const char* const captures[] = {"en-US/week.png", "en-US/map.png", "en-US/week-android.png"};
+
+const std::vector<uint8_t>& captureFile(int64_t index) {
+  static std::vector<uint8_t> files[std::size(captures)];
+  std::vector<uint8_t>& file = files[index];
+  if (file.empty()) {
+    std::ifstream in(std::string(VORNO_SOURCE_DIR) + "/examples/Demo.vorno/captures/" + captures[index], std::ios::binary);
+    file.assign(std::istreambuf_iterator<char>(in), {});
+  }
+  return file;
+}
+
+void BM_DecodeOurs(benchmark::State& state) {
+  const std::vector<uint8_t>& file = captureFile(state.range(0));
+  for (auto _ : state) {
+    auto pixels = codecs::decodeCommonPNG(file.data(), file.size());
+    if (!pixels) state.SkipWithError("not decoded");
+    benchmark::DoNotOptimize(pixels);
+  }
+}
+BENCHMARK(BM_DecodeOurs)->DenseRange(0, std::size(captures) - 1)->Unit(benchmark::kMillisecond);
+
+void BM_DecodeSpng(benchmark::State& state) {
+  const std::vector<uint8_t>& file = captureFile(state.range(0));
+  for (auto _ : state) {
+    spng_ctx* ctx = spng_ctx_new(0);
+    size_t length = 0;
+    spng_set_png_buffer(ctx, file.data(), file.size());
+    spng_decoded_image_size(ctx, SPNG_FMT_RGBA8, &length);
+    std::unique_ptr<uint8_t, codecs::FreeBytes> out(static_cast<uint8_t*>(std::malloc(length)));
+    if (spng_decode_image(ctx, out.get(), length, SPNG_FMT_RGBA8, SPNG_DECODE_TRNS) != 0)
+      state.SkipWithError("not decoded");
+    spng_ctx_free(ctx);
+    benchmark::DoNotOptimize(out);
+  }
+}
+BENCHMARK(BM_DecodeSpng)->DenseRange(0, std::size(captures) - 1)->Unit(benchmark::kMillisecond);
 
 }  // namespace
 

@@ -53,7 +53,12 @@ enum class Format { unknown, png, jpeg, webp, tiff, heif };
 /// Needs the first 16 bytes or fewer; `unknown` for anything else.
 Format sniff(const uint8_t* data, size_t size);
 
+/// Any PNG: the common ones through decodeCommonPNG, the others (and every damaged one) through
+/// libspng.
 std::optional<RGBAPixels> decodePNG(const uint8_t* data, size_t size);
+/// A PNG of 8-bit RGB or RGBA, not interlaced and without a transparency key, decoded in one
+/// pass (png_common_decode.cc); nothing for any other file or any fault in one.
+std::optional<RGBAPixels> decodeCommonPNG(const uint8_t* data, size_t size);
 std::optional<RGBAPixels> decodeJPEG(const uint8_t* data, size_t size);
 std::optional<RGBAPixels> decodeWebP(const uint8_t* data, size_t size);
 std::optional<RGBAPixels> decodeTIFF(const uint8_t* data, size_t size);

@@ -1,5 +1,6 @@
-// PNG through libspng, decoded straight into the output buffer (RGBA, 8 bits a channel, tRNS
-// applied); 16-bit files come down to 8 bits.
+// PNG: the common kind in one pass of our own (png_common_decode.cc), any other through libspng,
+// decoded straight into the output buffer (RGBA, 8 bits a channel, tRNS applied); 16-bit files
+// come down to 8 bits.
 #include "kit/image/codecs.h"
 
 #include <spng.h>
@@ -16,6 +17,7 @@ uint32_t bigEndian32(const uint8_t* p) {
 }  // namespace
 
 std::optional<RGBAPixels> decodePNG(const uint8_t* data, size_t size) {
+  if (auto common = decodeCommonPNG(data, size)) return common;
   std::unique_ptr<spng_ctx, decltype(&spng_ctx_free)> context(spng_ctx_new(0), &spng_ctx_free);
   if (!context) return std::nullopt;
   spng_ctx* ctx = context.get();
