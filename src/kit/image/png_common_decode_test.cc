@@ -13,9 +13,10 @@
 #include <string>
 #include <vector>
 
-namespace vorno::codecs {
+namespace vorno::png_common_decode_test {
 namespace {
 
+using namespace codecs;
 using Bytes = std::vector<uint8_t>;
 
 void putWord(Bytes& out, uint32_t value) {
@@ -268,4 +269,4 @@ TEST(PNGCommonDecode, AnAncillaryChunkWithABadCRCIsIgnoredAsLibspngDoes) {
 }
 
 }  // namespace
-}  // namespace vorno::codecs
+}  // namespace vorno::png_common_decode_test

@@ -7,6 +7,7 @@
 
 #include "kit/render/blend_operator.h"
 
+#include "kit/image/affine_composite.h"
 #include "kit/image/canvas.h"
 #include "kit/render/layer_bounds.h"
 #include "kit/render/layer_cache.h"
@@ -64,6 +65,15 @@ void place(cairo_t* cr, const ElementLayout& element, const Image& layer) {
   // Positive degrees turn clockwise on the screen, which is cairo's positive angle in y down.
   if (element.rotation != 0) cairo_rotate(cr, element.rotation * M_PI / 180);
   cairo_scale(cr, target.width / layer.width(), target.height / layer.height());
+  if (element.rotation != 0) {  // a turned layer: ours is several times faster than cairo's
+    cairo_matrix_t layerToDevice;
+    cairo_get_matrix(cr, &layerToDevice);
+    cairo_matrix_translate(&layerToDevice, -layer.width() / 2.0, -layer.height() / 2.0);
+    if (AffineComposite::over(cr, layer.surface(), layerToDevice, element.fade)) {
+      cairo_restore(cr);
+      return;
+    }
+  }
   cairo_set_source_surface(cr, layer.surface(), -layer.width() / 2.0, -layer.height() / 2.0);
   cairo_pattern_set_filter(cairo_get_source(cr), CAIRO_FILTER_GOOD);
   if (element.fade < 1) {
