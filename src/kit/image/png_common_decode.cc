@@ -122,9 +122,19 @@ std::optional<RGBAPixels> decodeCommonPNG(const uint8_t* file, size_t size) {
   // Each row goes straight into the output, the row above read back from there.
   const std::vector<uint8_t> zeros(size_t(layout->width) * 4, 0);
   const uint8_t* above = zeros.data();
+  constexpr uint8_t paeth = 4;
   for (uint32_t y = 0; y < layout->height; ++y) {
     const uint8_t* filteredRow = filtered.data() + size_t(y) * (rowBytes + 1);
     uint8_t* out = pixels->row(int(y));
+    const uint8_t* filteredBelow = filteredRow + rowBytes + 1;
+    if (y + 1 < layout->height && filteredRow[0] == paeth && filteredBelow[0] == paeth) {
+      uint8_t* outBelow = pixels->row(int(y + 1));
+      PNGUnfilter::paethRows(filteredRow + 1, filteredBelow + 1, out, outBelow, above, layout->width,
+                             layout->pixelBytes);
+      above = outBelow;
+      ++y;
+      continue;
+    }
     if (!PNGUnfilter::row(filteredRow[0], filteredRow + 1, out, above, layout->width, layout->pixelBytes))
       return std::nullopt;
     above = out;

@@ -90,18 +90,50 @@ void average(const uint8_t* in, uint8_t* out, const uint8_t* prior, size_t width
 
 // The predictor is whichever of left (a), above (b) and above-left (c) is nearest to a + b - c,
 // ties going to a, then b: |p - a| = |b - c|, |p - b| = |a - c|, |p - c| = |(b - c) + (a - c)|.
+// Returns the pixel: the filtered one plus its predictor.
+__m128i paethPixel(__m128i filtered, __m128i a, __m128i b, __m128i c) {
+  const __m128i bc = _mm_sub_epi16(b, c), ac = _mm_sub_epi16(a, c);
+  const __m128i pa = absolute(bc), pb = absolute(ac), pc = absolute(_mm_add_epi16(bc, ac));
+  const __m128i least = _mm_min_epi16(pa, _mm_min_epi16(pb, pc));
+  const __m128i nearest = select(_mm_cmpeq_epi16(pa, least), a, select(_mm_cmpeq_epi16(pb, least), b, c));
+  return addModulo(filtered, nearest);
+}
+
 template <int channels>
 void paeth(const uint8_t* in, uint8_t* out, const uint8_t* prior, size_t width) {
   __m128i a = _mm_setzero_si128(), c = _mm_setzero_si128();
   for (size_t x = 0; x < width; ++x) {
     const __m128i b = widen(outputPixel(prior, x));
-    const __m128i bc = _mm_sub_epi16(b, c), ac = _mm_sub_epi16(a, c);
-    const __m128i pa = absolute(bc), pb = absolute(ac), pc = absolute(_mm_add_epi16(bc, ac));
-    const __m128i least = _mm_min_epi16(pa, _mm_min_epi16(pb, pc));
-    const __m128i nearest = select(_mm_cmpeq_epi16(pa, least), a, select(_mm_cmpeq_epi16(pb, least), b, c));
-    a = addModulo(widen(filteredPixel<channels>(in, x)), nearest);
+    a = paethPixel(widen(filteredPixel<channels>(in, x)), a, b, c);
     store<channels>(out, x, narrow(a));
     c = b;
+  }
+}
+
+// Two Paeth rows at once, the lower one a pixel behind: each pixel waits on its left neighbour,
+// so one row is a chain of dependent steps, and two chains side by side keep the processor busy
+// in the time one would take.
+template <int channels>
+void paethPair(const uint8_t* in, const uint8_t* inBelow, uint8_t* out, uint8_t* outBelow, const uint8_t* prior,
+               size_t width) {
+  const __m128i zero = _mm_setzero_si128();
+  __m128i a = zero, c = zero;           // the upper row: its left and above-left
+  __m128i aBelow = zero, cBelow = zero;  // the lower row: the same, a pixel behind
+  for (size_t x = 0; x < width; ++x) {
+    const __m128i b = widen(outputPixel(prior, x));
+    const __m128i upperLeft = a;  // the upper row's pixel x - 1: above the lower row's next pixel
+    a = paethPixel(widen(filteredPixel<channels>(in, x)), a, b, c);
+    store<channels>(out, x, narrow(a));
+    c = b;
+    if (x > 0) {
+      aBelow = paethPixel(widen(filteredPixel<channels>(inBelow, x - 1)), aBelow, upperLeft, cBelow);
+      store<channels>(outBelow, x - 1, narrow(aBelow));
+      cBelow = upperLeft;
+    }
+  }
+  if (width > 0) {
+    const __m128i paethLast = paethPixel(widen(filteredPixel<channels>(inBelow, width - 1)), aBelow, a, cBelow);
+    store<channels>(outBelow, width - 1, narrow(paethLast));
   }
 }
 
@@ -121,6 +153,14 @@ bool unfilter(uint8_t filter, const uint8_t* in, uint8_t* out, const uint8_t* pr
 
 bool row(uint8_t filter, const uint8_t* in, uint8_t* out, const uint8_t* prior, size_t width, int channels) {
   return channels == 4 ? unfilter<4>(filter, in, out, prior, width) : unfilter<3>(filter, in, out, prior, width);
+}
+
+void paethRows(const uint8_t* in, const uint8_t* inBelow, uint8_t* out, uint8_t* outBelow, const uint8_t* prior,
+               size_t width, int channels) {
+  if (channels == 4)
+    paethPair<4>(in, inBelow, out, outBelow, prior, width);
+  else
+    paethPair<3>(in, inBelow, out, outBelow, prior, width);
 }
 
 }  // namespace vorno::PNGUnfilter

@@ -15,4 +15,9 @@ namespace vorno::PNGUnfilter {
 /// above as already written, RGBA (zeros above the first row). False for a filter above 4.
 bool row(uint8_t filter, const uint8_t* in, uint8_t* out, const uint8_t* prior, size_t width, int channels);
 
+/// Two consecutive rows that both use Paeth, as two calls of `row` would write them, in about the
+/// time of one: `inBelow` and `outBelow` are the second row's, whose row above is `out`.
+void paethRows(const uint8_t* in, const uint8_t* inBelow, uint8_t* out, uint8_t* outBelow, const uint8_t* prior,
+               size_t width, int channels);
+
 }  // namespace vorno::PNGUnfilter
