@@ -135,7 +135,8 @@ TEST(PNGWriter, TranslucentImageKeepsStraightAlpha) {
 TEST(PNGWriter, EveryFilterAndLevelRoundTrips) {
   Image opaque = testPicture(97, 41, true, false);
   Image translucent = testPicture(97, 41, false, true);
-  for (auto filter : {PNGWriter::Filter::none, PNGWriter::Filter::sub, PNGWriter::Filter::up, PNGWriter::Filter::adaptive})
+  for (auto filter : {PNGWriter::Filter::none, PNGWriter::Filter::sub, PNGWriter::Filter::up, PNGWriter::Filter::adaptive,
+                      PNGWriter::Filter::automatic})
     for (int level : {0, 1, 2, 6, 12})
       for (const Image* image : {&opaque, &translucent}) {
         SCOPED_TRACE(::testing::Message() << "filter " << int(filter) << " level " << level);
@@ -175,11 +176,13 @@ TEST(PNGWriter, LargeImageSpansSeveralDataChunks) {
   expectSamePixels(image, *decoded, 0);
 }
 
-TEST(PNGWriter, LevelFollowsHowWellASampleOfThePictureCompresses) {
+TEST(PNGWriter, LevelAndFilterFollowHowWellASampleOfThePictureCompresses) {
   EXPECT_EQ(PNGWriter::levelFor(0.03), PNGWriter::calmLevel);  // gradients, copy and an interface
   EXPECT_EQ(PNGWriter::levelFor(0.0), PNGWriter::calmLevel);
   EXPECT_EQ(PNGWriter::levelFor(0.27), 1);  // a photograph with sensor noise
   EXPECT_EQ(PNGWriter::levelFor(1.0), 1);
+  EXPECT_EQ(PNGWriter::filterFor(0.03), PNGWriter::Filter::up);
+  EXPECT_EQ(PNGWriter::filterFor(0.27), PNGWriter::Filter::adaptive);
 }
 
 TEST(PNGWriter, AutomaticLevelPicksByContent) {
@@ -204,6 +207,12 @@ TEST(PNGWriter, AutomaticLevelPicksByContent) {
   cairo_surface_mark_dirty(noisy.surface());
   EXPECT_EQ(PNGWriter::encode(noisy), PNGWriter::encode(noisy, {.level = 1}));
   EXPECT_NE(PNGWriter::encode(noisy), PNGWriter::encode(noisy, {.level = PNGWriter::calmLevel}));
+
+  // And the filter with it: Up alone for the calm picture, the best for each row for the busy one.
+  EXPECT_EQ(PNGWriter::encode(flat), PNGWriter::encode(flat, {.level = PNGWriter::calmLevel, .filter = PNGWriter::Filter::up}));
+  EXPECT_NE(PNGWriter::encode(flat),
+            PNGWriter::encode(flat, {.level = PNGWriter::calmLevel, .filter = PNGWriter::Filter::adaptive}));
+  EXPECT_EQ(PNGWriter::encode(noisy), PNGWriter::encode(noisy, {.level = 1, .filter = PNGWriter::Filter::adaptive}));
 }
 
 // Rows that suit different filters in one picture: vertical ramps (Up) above, horizontal ramps

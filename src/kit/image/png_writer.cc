@@ -1,29 +1,31 @@
 // PNGWriter: rows prepared and filtered in one pass, compressed by libdeflate in one call, and
 // wrapped in the PNG container (signature, IHDR, IDAT, IEND, each chunk with its CRC-32).
 //
-// Filters. Each row takes the filter whose bytes are smallest in magnitude (png_row_filters):
-// the reference library's default, and on store slides 3-5 % smaller than the best fixed filter.
-// A row equal to the one above costs one pass, so flat slides pay little for the choice.
-//
 // Level. libdeflate's level 1 is a fast greedy matcher; its higher levels search hash chains,
 // which costs little where the filtered rows are long runs (gradients, copy, interfaces) and
 // much where they are noise (photographs), and gains most where it costs least. So the level is
-// picked by measuring the picture: a few strips spread down it are compressed at level 1, and
-// when they shrink well (to under `busyRatio` of their size) the picture is calm and gets
-// `calmLevel`; otherwise it is busy and keeps level 1. The sample is about 4 % of the rows, and
-// its result depends only on the pixels, so the same picture always gives the same file.
+// picked by measuring the picture: a few strips spread down it are filtered and compressed at
+// level 1, and when they shrink well (to under `busyRatio` of their size) the picture is calm
+// and gets `calmLevel`; otherwise it is busy and keeps level 1. The sample is about 5 % of the
+// rows, and its result depends only on the pixels, so the same picture always gives the same file.
+//
+// Filters. On a busy picture each row takes the filter whose bytes are smallest in magnitude
+// (png_row_filters), the reference library's default, which there is both smaller and faster
+// to compress than any fixed filter. On a calm one Up alone is within 2 % of that in size and
+// saves the fifth of the encoding that choosing costs, so calm pictures are filtered Up.
 //
 // Measured against libpng at its defaults (zlib level 6, all five filters chosen per row) on
-// four 1320 x 2868 pictures (bench/png_bench.cc, CPU-time minimums of 3 runs, one core):
+// four 1320 x 2868 pictures (bench/png_bench.cc, medians of 3 runs, one core, same round):
 //
 //   picture                          ours: bytes  ms       libpng: bytes  ms     size    time
-//   the example's interface slide       366,160  33.2           344,946  129    +6.1 %  0.26x
-//   a photo under interface blocks    3,042,080  64.7         2,734,080  754   +11.3 %  0.09x
-//   copy on a plain background           90,905  23.1            92,409  100    -1.6 %  0.23x
-//   a dithered gradient slide           717,117  41.0           649,643  214   +10.4 %  0.19x
+//   the example's interface slide       369,794  29.0           344,946  128    +7.2 %  0.23x
+//   a photo under interface blocks    3,042,080  70.4         2,734,080  753   +11.3 %  0.09x
+//   copy on a plain background           91,793  22.2            92,409   98    -0.7 %  0.23x
+//   a dithered gradient slide           728,507  36.7           649,643  224   +12.1 %  0.16x
 //
-// Level 6 would bring the calm pictures to libpng's sizes, but on a dithered gradient it costs
-// 70 % more time than level 2 for 10 % less size; level 2 keeps every picture within 12 %.
+// Choosing per row on the calm three would make them 1-1.6 % smaller for 6-20 % more time. Level
+// 6 would bring them to libpng's sizes, but on a dithered gradient it costs 70 % more time than
+// level 2 for 10 % less size; level 2 keeps every picture within 13 %.
 //
 // The filtered rows and the deflate output, each about the picture's size, come from the
 // scratch pool: no fresh pages and no clearing per picture.
@@ -122,6 +124,8 @@ bool premultipliedFormat(const Image& image) {
 
 int levelFor(double sampleRatio) { return sampleRatio < busyRatio ? calmLevel : 1; }
 
+Filter filterFor(double sampleRatio) { return sampleRatio < busyRatio ? Filter::up : Filter::adaptive; }
+
 bool isOpaque(const Image& image) {
   if (!image) return true;
   if (!image.hasAlpha()) return true;
@@ -163,8 +167,9 @@ struct Rows {
   size_t lineBytes() const { return rowBytes + 1; }
 };
 
-// Every row with its filter byte in front, into `filtered`. False when memory runs out.
-bool filterRows(const Image& image, const Rows& rows, Filter filter, uint8_t* filtered) {
+// Rows [from, to), each with its filter byte in front, into `filtered`. False when memory runs
+// out.
+bool filterRows(const Image& image, const Rows& rows, Filter filter, int from, int to, uint8_t* filtered) {
   const bool withAlpha = rows.channels == 4, premultiplied = premultipliedFormat(image);
   std::vector<uint8_t> current, previous;
   try {
@@ -173,18 +178,19 @@ bool filterRows(const Image& image, const Rows& rows, Filter filter, uint8_t* fi
   } catch (const std::bad_alloc&) {
     return false;
   }
+  auto source = [&](int y) { return image.data() + static_cast<size_t>(y) * image.stride(); };
+  if (from > 0) packRow(source(from - 1), rows.width, withAlpha, premultiplied, previous.data());
   const auto fixed = filter == Filter::sub ? PNGRowFilters::sub
                      : filter == Filter::up ? PNGRowFilters::up
                                             : PNGRowFilters::none;
-  for (int y = 0; y < rows.height; ++y) {
-    const uint8_t* source = image.data() + static_cast<size_t>(y) * image.stride();
-    uint8_t* out = filtered + rows.lineBytes() * y;
+  for (int y = from; y < to; ++y) {
+    uint8_t* out = filtered + rows.lineBytes() * (y - from);
     if (!withAlpha && filter == Filter::sub) {
       out[0] = PNGRowFilters::sub;
-      subOpaqueRow(source, rows.width, out + 1);
+      subOpaqueRow(source(y), rows.width, out + 1);
       continue;
     }
-    packRow(source, rows.width, withAlpha, premultiplied, current.data());
+    packRow(source(y), rows.width, withAlpha, premultiplied, current.data());
     if (filter == Filter::adaptive) {
       out[0] = PNGRowFilters::applyBest(current.data(), previous.data(), rows.rowBytes, rows.channels, out + 1);
     } else {
@@ -196,20 +202,26 @@ bool filterRows(const Image& image, const Rows& rows, Filter filter, uint8_t* fi
   return true;
 }
 
-// How far a few strips spread down the filtered picture shrink at level 1: their compressed
-// size over their size.
-double sampleRatio(const uint8_t* filtered, const Rows& rows) {
+// How far a few strips spread down the picture, each row filtered as suits it best, shrink at
+// level 1: their compressed size over their size. Only the strips' rows are filtered for it.
+double sampleRatio(const Image& image, const Rows& rows) {
   constexpr int strips = 8, stripRows = 16;
   libdeflate_compressor* fast = compressor(1);
   if (!fast) return 1;
   const int rowsPerStrip = std::min(stripRows, rows.height);
   const size_t stripBytes = rows.lineBytes() * rowsPerStrip;
-  std::vector<uint8_t> out(libdeflate_zlib_compress_bound(fast, stripBytes));
+  std::vector<uint8_t> strip, out;
+  try {
+    strip.resize(stripBytes);
+    out.resize(libdeflate_zlib_compress_bound(fast, stripBytes));
+  } catch (const std::bad_alloc&) {
+    return 1;
+  }
   size_t in = 0, packed = 0;
   for (int k = 0; k < strips; ++k) {
     const int top = static_cast<int>(int64_t(rows.height - rowsPerStrip) * k / (strips - 1));
-    const size_t size = libdeflate_zlib_compress(fast, filtered + rows.lineBytes() * top, stripBytes, out.data(),
-                                                 out.size());
+    if (!filterRows(image, rows, Filter::adaptive, top, top + rowsPerStrip, strip.data())) return 1;
+    const size_t size = libdeflate_zlib_compress(fast, strip.data(), stripBytes, out.data(), out.size());
     in += stripBytes;
     packed += size ? size : stripBytes;
     if (rows.height <= rowsPerStrip) break;  // one strip is the whole picture
@@ -253,11 +265,13 @@ std::optional<std::vector<uint8_t>> encode(const Image& image, Options options) 
   rows.channels = isOpaque(image) ? 3 : 4;
   rows.rowBytes = static_cast<size_t>(rows.width) * rows.channels;
 
+  const bool measured = options.level == automaticLevel || options.filter == Filter::automatic;
+  const double ratio = measured ? sampleRatio(image, rows) : 1;
+  const int level = options.level == automaticLevel ? levelFor(ratio) : std::clamp(options.level, 0, 12);
+  const Filter filter = options.filter == Filter::automatic ? filterFor(ratio) : options.filter;
   ScratchBuffer filtered = ScratchBuffers::take(rows.lineBytes() * rows.height);
-  if (!filtered || !filterRows(image, rows, options.filter, filtered.data())) return std::nullopt;
+  if (!filtered || !filterRows(image, rows, filter, 0, rows.height, filtered.data())) return std::nullopt;
 
-  const int level = options.level == automaticLevel ? levelFor(sampleRatio(filtered.data(), rows))
-                                                    : std::clamp(options.level, 0, 12);
   libdeflate_compressor* deflater = compressor(level);
   if (!deflater) return std::nullopt;
   ScratchBuffer stream = ScratchBuffers::take(libdeflate_zlib_compress_bound(deflater, filtered.size()));

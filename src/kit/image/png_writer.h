@@ -1,7 +1,8 @@
 // PNGWriter: our own PNG encoder, the one on every export's hot path. Opaque images become RGB
 // (colour type 2, no alpha channel) and others RGBA with straight alpha (colour type 6), 8 bits a
-// channel, exactly the image's size, each row with the filter that suits it and one zlib stream
-// made by libdeflate in one call, at a level picked by measuring the picture.
+// channel, exactly the image's size, in one zlib stream made by libdeflate in one call. The level
+// and the filters are picked by measuring the picture: a calm one is filtered Up and compressed
+// harder, a busy one gets the filter that suits each row and the fastest level.
 //
 //   std::vector<uint8_t> png = PNGWriter::encode(image);        // chosen filters and level
 //   PNGWriter::encode(image, {.level = 1, .filter = PNGWriter::Filter::sub});
@@ -17,8 +18,10 @@
 
 namespace vorno::PNGWriter {
 
-/// One filter for every row, or the best for each row (`adaptive`).
-enum class Filter { none, sub, up, adaptive };
+/// One filter for every row, the best for each row (`adaptive`), or by the picture (`automatic`):
+/// Up for a calm one, where choosing per row gains about 1 % and costs a fifth of the encoding,
+/// and the best for each row for a busy one.
+enum class Filter { none, sub, up, adaptive, automatic };
 
 /// Level 1 for busy pictures, `calmLevel` for calm ones, told apart by how well a sample of the
 /// picture's rows compresses (png_writer.cc).
@@ -30,12 +33,14 @@ constexpr int calmLevel = 2;
 
 struct Options {
   int level = automaticLevel;  ///< libdeflate level, 0 (stored) ... 12, or automaticLevel
-  Filter filter = Filter::adaptive;
+  Filter filter = Filter::automatic;
 };
 
-/// The level `automaticLevel` picks when a sample of the filtered rows compresses at level 1 to
-/// `sampleRatio` of its size.
+/// The level `automaticLevel` picks when a sample of the rows, each filtered as suits it best,
+/// compresses at level 1 to `sampleRatio` of its size.
 int levelFor(double sampleRatio);
+/// The filter `Filter::automatic` picks for that sample.
+Filter filterFor(double sampleRatio);
 
 /// Whether every pixel is opaque: always for an RGB24 image, by a scan of alpha otherwise.
 bool isOpaque(const Image& image);
