@@ -2,6 +2,7 @@
 // decoded straight into the output buffer (RGBA, 8 bits a channel, tRNS applied); 16-bit files
 // come down to 8 bits.
 #include "kit/image/codecs.h"
+#include "kit/util/big_endian.h"
 
 #include <spng.h>
 
@@ -9,10 +10,6 @@
 
 namespace vorno::codecs {
 namespace {
-
-uint32_t bigEndian32(const uint8_t* p) {
-  return (uint32_t(p[0]) << 24) | (uint32_t(p[1]) << 16) | (uint32_t(p[2]) << 8) | uint32_t(p[3]);
-}
 
 }  // namespace
 
@@ -41,7 +38,7 @@ std::optional<Size> pngSize(const uint8_t* head, size_t size) {
   // Signature (8), IHDR length (4) and type (4), then width and height, big-endian.
   if (size < 24 || sniff(head, size) != Format::png || std::string_view(reinterpret_cast<const char*>(head + 12), 4) != "IHDR")
     return std::nullopt;
-  uint32_t width = bigEndian32(head + 16), height = bigEndian32(head + 20);
+  uint32_t width = readBigEndian32(head + 16), height = readBigEndian32(head + 20);
   if (width == 0 || height == 0 || width > 0x7FFFFFFF || height > 0x7FFFFFFF) return std::nullopt;
   return Size{double(width), double(height)};
 }

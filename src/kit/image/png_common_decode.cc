@@ -1,8 +1,8 @@
 // The common PNG in one pass: 8 bits a channel, RGB or RGBA, not interlaced, no transparency key,
 // which is what phones and simulators write for a screenshot. The IDAT chunks make one zlib
 // stream that libdeflate inflates in a single call into a reused buffer, and the rows are
-// unfiltered (and widened to RGBA) straight into the output. libspng inflates through zlib a row at a time, which costs
-// a capture about ten times as much.
+// unfiltered (and widened to RGBA) straight into the output. libspng inflates through zlib a row
+// at a time, which costs a capture several times as much.
 //
 // This path only ever answers for a file it understands entirely: the critical chunks' CRCs match,
 // the stream's Adler-32 matches, the stream is exactly the IDAT data and inflates to exactly the
@@ -11,6 +11,7 @@
 #include "kit/image/codecs.h"
 #include "kit/image/png_unfilter.h"
 #include "kit/image/scratch_buffers.h"
+#include "kit/util/big_endian.h"
 
 #include <libdeflate.h>
 
@@ -21,16 +22,11 @@
 namespace vorno::codecs {
 namespace {
 
-// A 32-bit big-endian number, as chunk lengths, CRCs and the header's sizes are written.
-uint32_t chunkWord(const uint8_t* p) {
-  return (uint32_t(p[0]) << 24) | (uint32_t(p[1]) << 16) | (uint32_t(p[2]) << 8) | uint32_t(p[3]);
-}
-
 bool isType(const uint8_t* type, const char* name) { return std::memcmp(type, name, 4) == 0; }
 
 // A chunk's CRC covers its type and data.
 bool crcMatches(const uint8_t* chunk, uint32_t length) {
-  return libdeflate_crc32(0, chunk + 4, size_t(length) + 4) == chunkWord(chunk + 8 + length);
+  return libdeflate_crc32(0, chunk + 4, size_t(length) + 4) == readBigEndian32(chunk + 8 + length);
 }
 
 struct Layout {
@@ -48,7 +44,7 @@ std::optional<Layout> readLayout(const uint8_t* file, size_t size) {
   size_t at = 8;
   while (!sawEnd) {
     if (size - at < 12) return std::nullopt;
-    const uint32_t length = chunkWord(file + at);
+    const uint32_t length = readBigEndian32(file + at);
     if (length > 0x7FFFFFFF || size - at - 12 < length) return std::nullopt;
     const uint8_t* chunk = file + at;
     const uint8_t* type = chunk + 4;
@@ -57,8 +53,8 @@ std::optional<Layout> readLayout(const uint8_t* file, size_t size) {
     if (!sawHeader) {
       // IHDR: width, height, bit depth 8, colour type 2 (RGB) or 6 (RGBA), methods 0, no interlace.
       if (!isType(type, "IHDR") || length != 13 || !crcMatches(chunk, length)) return std::nullopt;
-      layout.width = chunkWord(body);
-      layout.height = chunkWord(body + 4);
+      layout.width = readBigEndian32(body);
+      layout.height = readBigEndian32(body + 4);
       if (!acceptableSize(layout.width, layout.height) || body[8] != 8 || (body[9] != 2 && body[9] != 6) ||
           body[10] != 0 || body[11] != 0 || body[12] != 0)
         return std::nullopt;

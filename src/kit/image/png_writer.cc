@@ -33,6 +33,7 @@
 
 #include "kit/image/png_row_filters.h"
 #include "kit/image/scratch_buffers.h"
+#include "kit/util/big_endian.h"
 
 #include <cairo.h>
 #include <libdeflate.h>
@@ -59,22 +60,15 @@ libdeflate_compressor* compressor(int level) {
   return slot.get();
 }
 
-void putBigEndian32(uint8_t* p, uint32_t v) {
-  p[0] = uint8_t(v >> 24);
-  p[1] = uint8_t(v >> 16);
-  p[2] = uint8_t(v >> 8);
-  p[3] = uint8_t(v);
-}
-
 void appendChunk(std::vector<uint8_t>& out, const char type[4], const uint8_t* data, size_t size) {
   size_t start = out.size();
   out.resize(start + 12 + size);
   uint8_t* p = out.data() + start;
-  putBigEndian32(p, static_cast<uint32_t>(size));
+  writeBigEndian32(p, static_cast<uint32_t>(size));
   std::memcpy(p + 4, type, 4);
   if (size) std::memcpy(p + 8, data, size);
   // The CRC covers the type and the data, not the length.
-  putBigEndian32(p + 8 + size, libdeflate_crc32(0, p + 4, size + 4));
+  writeBigEndian32(p + 8 + size, libdeflate_crc32(0, p + 4, size + 4));
 }
 
 // One row of native-endian premultiplied xRGB/ARGB words into R G B (A) bytes.
@@ -244,8 +238,8 @@ std::optional<std::vector<uint8_t>> container(const Rows& rows, const uint8_t* s
   }
   std::memcpy(file.data(), signature, 8);
   uint8_t header[13];
-  putBigEndian32(header, static_cast<uint32_t>(rows.width));
-  putBigEndian32(header + 4, static_cast<uint32_t>(rows.height));
+  writeBigEndian32(header, static_cast<uint32_t>(rows.width));
+  writeBigEndian32(header + 4, static_cast<uint32_t>(rows.height));
   header[8] = 8;                                // bits per channel
   header[9] = rows.channels == 4 ? 6 : 2;       // colour type: RGBA or RGB
   header[10] = header[11] = header[12] = 0;     // deflate, adaptive filter method, no interlace

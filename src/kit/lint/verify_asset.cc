@@ -15,6 +15,7 @@
 
 #include "kit/model/store_target.h"
 #include "kit/image/image_decode.h"
+#include "kit/util/big_endian.h"
 #include "kit/util/read_file.h"
 
 #include <libdeflate.h>
@@ -65,10 +66,6 @@ std::optional<ImageInfo> readPNGInfo(std::string_view bytes) {
   return info;
 }
 
-uint32_t bigEndian32(const uint8_t* p) {
-  return uint32_t(p[0]) << 24 | uint32_t(p[1]) << 16 | uint32_t(p[2]) << 8 | uint32_t(p[3]);
-}
-
 // Whether the PNG in `file` is whole: signature, IHDR first, every chunk complete and its CRC
 // right, at least one IDAT, and IEND last with nothing after it.
 bool pngIsWhole(std::string_view file) {
@@ -78,10 +75,10 @@ bool pngIsWhole(std::string_view file) {
   size_t at = 8;  // after the signature, which the caller has seen
   bool first = true, sawData = false;
   while (at + 12 <= size) {
-    const size_t length = bigEndian32(&bytes[at]);
+    const size_t length = readBigEndian32(&bytes[at]);
     if (length > size - at - 12) return false;  // the chunk runs past the end
     const uint8_t* type = &bytes[at + 4];
-    const uint32_t crc = bigEndian32(&bytes[at + 8 + length]);
+    const uint32_t crc = readBigEndian32(&bytes[at + 8 + length]);
     if (libdeflate_crc32(0, type, length + 4) != crc) return false;
     const std::string name(reinterpret_cast<const char*>(type), 4);
     if (first && name != "IHDR") return false;

@@ -3,6 +3,8 @@
 // of the program the mapping and relocation of several megabytes.
 #include "kit/util/sha256.h"
 
+#include "kit/util/big_endian.h"
+
 #include <bit>
 #include <cstring>
 
@@ -19,14 +21,10 @@ constexpr uint32_t kRounds[64] = {
     0x19a4c116, 0x1e376c08, 0x2748774c, 0x34b0bcb5, 0x391c0cb3, 0x4ed8aa4a, 0x5b9cca4f, 0x682e6ff3,
     0x748f82ee, 0x78a5636f, 0x84c87814, 0x8cc70208, 0x90befffa, 0xa4506ceb, 0xbef9a3f7, 0xc67178f2};
 
-uint32_t bigEndian32(const uint8_t* p) {
-  return (uint32_t(p[0]) << 24) | (uint32_t(p[1]) << 16) | (uint32_t(p[2]) << 8) | uint32_t(p[3]);
-}
-
 // Folds one 64-byte block into the state.
 void compress(uint32_t state[8], const uint8_t* block) {
   uint32_t w[64];
-  for (int i = 0; i < 16; ++i) w[i] = bigEndian32(block + 4 * i);
+  for (int i = 0; i < 16; ++i) w[i] = readBigEndian32(block + 4 * i);
   for (int i = 16; i < 64; ++i) {
     const uint32_t s0 = std::rotr(w[i - 15], 7) ^ std::rotr(w[i - 15], 18) ^ (w[i - 15] >> 3);
     const uint32_t s1 = std::rotr(w[i - 2], 17) ^ std::rotr(w[i - 2], 19) ^ (w[i - 2] >> 10);
