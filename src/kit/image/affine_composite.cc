@@ -1,5 +1,7 @@
 #include "kit/image/affine_composite.h"
 
+#include "kit/image/cairo_util.h"
+
 #include <cairo.h>
 #include <emmintrin.h>
 
@@ -15,55 +17,6 @@ namespace {
 // top 7 weigh the bilinear taps.
 constexpr double fixedOne = 65536;
 constexpr int weightBits = 7;
-
-// The target's pixels, where a direct write is the same as cairo drawing there.
-struct Target {
-  uint8_t* data = nullptr;
-  int stride = 0, width = 0, height = 0;
-  bool opaque = false;  // RGB24: its alpha byte is unused, and written as 0xFF
-  int clipLeft = 0, clipTop = 0, clipRight = 0, clipBottom = 0;
-};
-
-bool whole(double v) { return v == std::floor(v) && std::fabs(v) < 1e6; }
-
-bool directTarget(cairo_t* cr, Target& target) {
-  cairo_surface_t* surface = cairo_get_target(cr);
-  if (cairo_get_operator(cr) != CAIRO_OPERATOR_OVER || cairo_get_group_target(cr) != surface ||
-      cairo_surface_get_type(surface) != CAIRO_SURFACE_TYPE_IMAGE)
-    return false;
-  const cairo_format_t format = cairo_image_surface_get_format(surface);
-  if (format != CAIRO_FORMAT_ARGB32 && format != CAIRO_FORMAT_RGB24) return false;
-  double offsetX = 0, offsetY = 0, scaleX = 1, scaleY = 1;
-  cairo_surface_get_device_offset(surface, &offsetX, &offsetY);
-  cairo_surface_get_device_scale(surface, &scaleX, &scaleY);
-  if (offsetX != 0 || offsetY != 0 || scaleX != 1 || scaleY != 1) return false;
-  target.width = cairo_image_surface_get_width(surface);
-  target.height = cairo_image_surface_get_height(surface);
-  target.opaque = format == CAIRO_FORMAT_RGB24;
-
-  // The clip in device pixels: one aligned rectangle, or none at all (the whole surface).
-  cairo_save(cr);
-  cairo_identity_matrix(cr);
-  cairo_rectangle_list_t* clips = cairo_copy_clip_rectangle_list(cr);
-  cairo_restore(cr);
-  bool usable = clips->status == CAIRO_STATUS_SUCCESS && clips->num_rectangles <= 1;
-  target.clipRight = target.width, target.clipBottom = target.height;
-  if (usable && clips->num_rectangles == 1) {
-    const cairo_rectangle_t& c = clips->rectangles[0];
-    usable = whole(c.x) && whole(c.y) && whole(c.width) && whole(c.height);
-    target.clipLeft = std::max(0, int(c.x)), target.clipTop = std::max(0, int(c.y));
-    target.clipRight = std::min(target.width, int(c.x + c.width));
-    target.clipBottom = std::min(target.height, int(c.y + c.height));
-  } else if (usable) {
-    target.clipRight = target.clipLeft;  // clipped away entirely
-  }
-  cairo_rectangle_list_destroy(clips);
-  if (!usable) return false;
-  cairo_surface_flush(surface);
-  target.data = cairo_image_surface_get_data(surface);
-  target.stride = cairo_image_surface_get_stride(surface);
-  return target.data != nullptr;
-}
 
 // The layer's premultiplied pixels.
 struct Source {
@@ -138,8 +91,10 @@ bool over(cairo_t* cr, cairo_surface_t* layer, const cairo_matrix_t& layerToDevi
   if (!(std::fabs(layerToDevice.x0) < 1e7 && std::fabs(layerToDevice.y0) < 1e7)) return false;
   cairo_matrix_t toLayer = layerToDevice;
   if (cairo_matrix_invert(&toLayer) != CAIRO_STATUS_SUCCESS) return false;
-  Target target;
-  if (!directTarget(cr, target)) return false;
+  if (cairo_get_operator(cr) != CAIRO_OPERATOR_OVER) return false;
+  const std::optional<DirectPixels> direct = directPixels(cr);
+  if (!direct) return false;
+  const DirectPixels& target = *direct;
   cairo_surface_flush(layer);
   const Source source{cairo_image_surface_get_data(layer), cairo_image_surface_get_stride(layer),
                       cairo_image_surface_get_width(layer), cairo_image_surface_get_height(layer)};

@@ -4,6 +4,9 @@
 
 #include <cairo.h>
 
+#include <algorithm>
+#include <cmath>
+
 namespace vorno {
 
 void appendPath(cairo_t* cr, const Path& path) {
@@ -54,6 +57,44 @@ cairo_surface_t* newImageSurface(int format, int width, int height) {
   cairo_surface_destroy(surface);
   unmapPixels(pixels);
   return cairo_image_surface_create(cairoFormat, width, height);
+}
+
+std::optional<DirectPixels> directPixels(cairo_t* cr) {
+  cairo_surface_t* surface = cairo_get_target(cr);
+  if (cairo_get_group_target(cr) != surface || cairo_surface_get_type(surface) != CAIRO_SURFACE_TYPE_IMAGE)
+    return std::nullopt;
+  const cairo_format_t format = cairo_image_surface_get_format(surface);
+  if (format != CAIRO_FORMAT_ARGB32 && format != CAIRO_FORMAT_RGB24) return std::nullopt;
+  double offsetX = 0, offsetY = 0, scaleX = 1, scaleY = 1;
+  cairo_surface_get_device_offset(surface, &offsetX, &offsetY);
+  cairo_surface_get_device_scale(surface, &scaleX, &scaleY);
+  if (offsetX != 0 || offsetY != 0 || scaleX != 1 || scaleY != 1) return std::nullopt;
+  DirectPixels pixels;
+  pixels.width = cairo_image_surface_get_width(surface);
+  pixels.height = cairo_image_surface_get_height(surface);
+  pixels.opaque = format == CAIRO_FORMAT_RGB24;
+
+  // The clip in device pixels: under the identity matrix cairo lists it in device space.
+  cairo_save(cr);
+  cairo_identity_matrix(cr);
+  cairo_rectangle_list_t* clips = cairo_copy_clip_rectangle_list(cr);
+  cairo_restore(cr);
+  auto whole = [](double v) { return v == std::floor(v) && std::fabs(v) < 1e6; };
+  bool usable = clips->status == CAIRO_STATUS_SUCCESS && clips->num_rectangles <= 1;
+  if (usable && clips->num_rectangles == 1) {
+    const cairo_rectangle_t& c = clips->rectangles[0];
+    usable = whole(c.x) && whole(c.y) && whole(c.width) && whole(c.height);
+    pixels.clipLeft = std::max(0, int(c.x)), pixels.clipTop = std::max(0, int(c.y));
+    pixels.clipRight = std::min(pixels.width, int(c.x + c.width));
+    pixels.clipBottom = std::min(pixels.height, int(c.y + c.height));
+  }
+  cairo_rectangle_list_destroy(clips);
+  if (!usable) return std::nullopt;
+  cairo_surface_flush(surface);
+  pixels.data = cairo_image_surface_get_data(surface);
+  pixels.stride = cairo_image_surface_get_stride(surface);
+  if (!pixels.data) return std::nullopt;
+  return pixels;
 }
 
 void setColor(cairo_t* cr, RGBColor color) { cairo_set_source_rgba(cr, color.r, color.g, color.b, color.a); }

@@ -7,6 +7,7 @@
 #include "kit/util/path.h"
 
 #include <memory>
+#include <optional>
 
 typedef struct _cairo cairo_t;
 typedef struct _cairo_surface cairo_surface_t;
@@ -25,6 +26,18 @@ void addRect(cairo_t* cr, const Rect& rect);
 /// from the kernel, faulted in by huge pages where the kernel offers them, and gives them back
 /// when cairo destroys it. What every surface of a picture's size is made with; check its status.
 cairo_surface_t* newImageSurface(int format, int width, int height);
+
+/// The pixels of a context's target, for code that writes them itself where that is exactly what
+/// cairo would draw: an ARGB32 or RGB24 image surface, drawn directly (no group), without device
+/// offset or scale, clipped to one pixel-aligned rectangle or not at all. The clip is in device
+/// pixels within the surface (empty when everything is clipped away). The surface is flushed.
+struct DirectPixels {
+  uint8_t* data = nullptr;
+  int stride = 0, width = 0, height = 0;
+  bool opaque = false;  ///< RGB24: the fourth byte is unused
+  int clipLeft = 0, clipTop = 0, clipRight = 0, clipBottom = 0;
+};
+std::optional<DirectPixels> directPixels(cairo_t* cr);
 
 struct CairoRelease {
   void operator()(cairo_t* cr) const;

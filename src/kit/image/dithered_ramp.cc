@@ -201,42 +201,25 @@ void fillRows(uint8_t* data, int stride, const Box& box, const Walker& walker, c
 // no group and a clip that is one aligned rectangle, can be written straight into the surface's
 // pixels: that is how a slide's background is painted, and it saves a bitmap as large as the
 // slide and a pass to copy it. `box` is narrowed to the rectangle and the clip.
-bool directPixels(cairo_t* cr, const Rect& rect, Box& box, uint8_t*& data, int& stride) {
+bool directBox(cairo_t* cr, const Rect& rect, Box& box, uint8_t*& data, int& stride) {
   const cairo_operator_t op = cairo_get_operator(cr);
   if (op != CAIRO_OPERATOR_OVER && op != CAIRO_OPERATOR_SOURCE) return false;
-  cairo_surface_t* target = cairo_get_target(cr);
-  if (cairo_get_group_target(cr) != target || cairo_surface_get_type(target) != CAIRO_SURFACE_TYPE_IMAGE) return false;
-  const cairo_format_t format = cairo_image_surface_get_format(target);
-  if (format != CAIRO_FORMAT_ARGB32 && format != CAIRO_FORMAT_RGB24) return false;
-  double offsetX, offsetY;
-  cairo_surface_get_device_offset(target, &offsetX, &offsetY);
+  const std::optional<DirectPixels> target = directPixels(cr);
+  if (!target) return false;
   cairo_matrix_t m;
   cairo_get_matrix(cr, &m);
   auto whole = [](double v) { return v == std::floor(v) && std::fabs(v) < 1e6; };
-  if (offsetX != 0 || offsetY != 0 || m.xx != 1 || m.yy != 1 || m.xy != 0 || m.yx != 0 || !whole(m.x0) ||
-      !whole(m.y0))
-    return false;
+  if (m.xx != 1 || m.yy != 1 || m.xy != 0 || m.yx != 0 || !whole(m.x0) || !whole(m.y0)) return false;
   if (!whole(rect.x) || !whole(rect.y) || !whole(rect.width) || !whole(rect.height)) return false;
-  cairo_rectangle_list_t* clips = cairo_copy_clip_rectangle_list(cr);
-  bool aligned = clips->status == CAIRO_STATUS_SUCCESS && clips->num_rectangles == 1;
-  Rect clip;
-  if (aligned) {
-    const cairo_rectangle_t& c = clips->rectangles[0];
-    clip = {c.x, c.y, c.width, c.height};
-    aligned = whole(c.x) && whole(c.y) && whole(c.width) && whole(c.height);
-  }
-  cairo_rectangle_list_destroy(clips);
-  if (!aligned) return false;
-  const int x0 = int(std::max({rect.minX(), clip.minX()}) + m.x0), x1 = int(std::min({rect.maxX(), clip.maxX()}) + m.x0);
-  const int y0 = int(std::max({rect.minY(), clip.minY()}) + m.y0), y1 = int(std::min({rect.maxY(), clip.maxY()}) + m.y0);
-  const int left = std::max(x0, 0), right = std::min(x1, cairo_image_surface_get_width(target));
-  const int top = std::max(y0, 0), bottom = std::min(y1, cairo_image_surface_get_height(target));
+  const int left = std::max(int(rect.minX() + m.x0), target->clipLeft);
+  const int right = std::min(int(rect.maxX() + m.x0), target->clipRight);
+  const int top = std::max(int(rect.minY() + m.y0), target->clipTop);
+  const int bottom = std::min(int(rect.maxY() + m.y0), target->clipBottom);
   if (right <= left || bottom <= top) return false;
   box = {left, top, right - left, bottom - top};
-  cairo_surface_flush(target);
-  stride = cairo_image_surface_get_stride(target);
-  data = cairo_image_surface_get_data(target) + size_t(top) * size_t(stride) + size_t(left) * 4;
-  return data != nullptr;
+  stride = target->stride;
+  data = target->data + size_t(top) * size_t(stride) + size_t(left) * 4;
+  return true;
 }
 
 }  // namespace
@@ -249,7 +232,7 @@ bool paint(cairo_t* cr, const RampGeometry& geometry, const std::vector<RGBColor
   const bool opaque = std::all_of(colors.begin(), colors.end(), [](const RGBColor& c) { return c.a >= 1; });
   uint8_t* pixels = nullptr;
   int pixelStride = 0;
-  if (opaque && directPixels(cr, rect, box, pixels, pixelStride)) {
+  if (opaque && directBox(cr, rect, box, pixels, pixelStride)) {
     fillRows(pixels, pixelStride, box, walker, table(colors));
     cairo_surface_mark_dirty_rectangle(cairo_get_target(cr), box.x, box.y, box.width, box.height);
     cairo_new_path(cr);

@@ -26,8 +26,10 @@ std::vector<uint8_t> painted(const RampGeometry& ramp, const Rect& rect, bool by
     }
     cairo_rectangle(cr, rect.x, rect.y, rect.width, rect.height);
     const bool drew = DitheredRamp::paint(cr, ramp, colors, rect);
-    if (!byColumn) EXPECT_TRUE(drew);  // the whole rectangle goes the direct way
-    if (!drew) cairo_new_path(cr);     // a column with nothing to show
+    if (!byColumn) {
+      EXPECT_TRUE(drew);  // the whole rectangle goes the direct way
+    }
+    if (!drew) cairo_new_path(cr);  // a column with nothing to show
     cairo_restore(cr);
   }
   cairo_destroy(cr);
