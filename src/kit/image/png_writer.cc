@@ -1,31 +1,34 @@
 // PNGWriter: rows prepared and filtered in one pass, compressed by libdeflate in one call, and
 // wrapped in the PNG container (signature, IHDR, IDAT, IEND, each chunk with its CRC-32).
 //
-// Level. libdeflate's level 1 is a fast greedy matcher; its higher levels search hash chains,
-// which costs little where the filtered rows are long runs (gradients, copy, interfaces) and
-// much where they are noise (photographs), and gains most where it costs least. So the level is
-// picked by measuring the picture: a few strips spread down it are filtered and compressed at
-// level 1, and when they shrink well (to under `busyRatio` of their size) the picture is calm
-// and gets `calmLevel`; otherwise it is busy and keeps level 1. The sample is about 5 % of the
-// rows, and its result depends only on the pixels, so the same picture always gives the same file.
+// Filter. Which filter packs a picture best depends on what it shows. Interfaces and copy are
+// rows much like the row above, which Up turns into zeros. A dithered gradient repeats its
+// dither pattern along each row, which deflate finds in the unfiltered bytes and a filter
+// scrambles, and a slide drawn over one is mostly that gradient. Photographs with noise want
+// the filter that suits each row (png_row_filters, the reference library's default), which costs
+// a fifth of the encoding. So the picture is measured: eight strips of eight rows spread down it
+// (2 % of the rows) are packed once, then filtered each way and compressed at level 1. The
+// picture is left unfiltered unless Up packs the strips at least 3 % smaller; and a busy one (the
+// strips shrink to no less than `busyRatio`) is filtered row by row unless that packs them larger.
+// The sample depends only on the pixels, so the same picture always gives the same file.
 //
-// Filters. On a busy picture each row takes the filter whose bytes are smallest in magnitude
-// (png_row_filters), the reference library's default, which there is both smaller and faster
-// to compress than any fixed filter. On a calm one Up alone is within 2 % of that in size and
-// saves the fifth of the encoding that choosing costs, so calm pictures are filtered Up.
+// Level. libdeflate's level 1 is a fast greedy matcher; level 2 searches hash chains, which
+// on rows of zeros (a calm picture filtered Up) is both faster and smaller than level 1, and on
+// anything else costs a quarter to a half more time for 3-8 % less size. So a calm picture
+// filtered Up gets `calmLevel`, every other one level 1.
 //
 // Measured against libpng at its defaults (zlib level 6, all five filters chosen per row) on
 // four 1320 x 2868 pictures (bench/png_bench.cc, medians of 3 runs, one core, same round):
 //
 //   picture                          ours: bytes  ms       libpng: bytes  ms     size    time
-//   the example's interface slide       369,794  29.0           344,946  128    +7.2 %  0.23x
-//   a photo under interface blocks    3,042,080  70.4         2,734,080  753   +11.3 %  0.09x
-//   copy on a plain background           91,793  22.2            92,409   98    -0.7 %  0.23x
-//   a dithered gradient slide           728,507  36.7           649,643  224   +12.1 %  0.16x
+//   the example's interface slide       369,794  24.7           344,946  112    +7.2 %  0.22x
+//   a photo under interface blocks    3,042,080  63.2         2,734,080  670   +11.3 %  0.09x
+//   copy on a plain background           84,190  17.2            92,409   92    -8.9 %  0.19x
+//   a dithered gradient slide           728,507  32.5           649,643  201   +12.1 %  0.16x
 //
-// Choosing per row on the calm three would make them 1-1.6 % smaller for 6-20 % more time. Level
-// 6 would bring them to libpng's sizes, but on a dithered gradient it costs 70 % more time than
-// level 2 for 10 % less size; level 2 keeps every picture within 13 %.
+// On the mix an export writes (the example's 21 slides and targets), choosing among the three
+// filters instead of Up or per row makes the set 13 % smaller (12.5 MB for 14.3 MB) in 0.79x the
+// time; its pictures over a dithered gradient come out a quarter smaller in half the time.
 //
 // The filtered rows and the deflate output, each about the picture's size, come from the
 // scratch pool: no fresh pages and no clearing per picture.
@@ -116,9 +119,8 @@ bool premultipliedFormat(const Image& image) {
 
 }  // namespace
 
-int levelFor(double sampleRatio) { return sampleRatio < busyRatio ? calmLevel : 1; }
+int levelFor(const Sample& sample) { return sample.filter == Filter::up && sample.ratio < busyRatio ? calmLevel : 1; }
 
-Filter filterFor(double sampleRatio) { return sampleRatio < busyRatio ? Filter::up : Filter::adaptive; }
 
 bool isOpaque(const Image& image) {
   if (!image) return true;
@@ -161,6 +163,14 @@ struct Rows {
   size_t lineBytes() const { return rowBytes + 1; }
 };
 
+Rows rowsOf(const Image& image) {
+  Rows rows;
+  rows.width = image.width(), rows.height = image.height();
+  rows.channels = isOpaque(image) ? 3 : 4;
+  rows.rowBytes = static_cast<size_t>(rows.width) * rows.channels;
+  return rows;
+}
+
 // Rows [from, to), each with its filter byte in front, into `filtered`. False when memory runs
 // out.
 bool filterRows(const Image& image, const Rows& rows, Filter filter, int from, int to, uint8_t* filtered) {
@@ -196,31 +206,81 @@ bool filterRows(const Image& image, const Rows& rows, Filter filter, int from, i
   return true;
 }
 
-// How far a few strips spread down the picture, each row filtered as suits it best, shrink at
-// level 1: their compressed size over their size. Only the strips' rows are filtered for it.
-double sampleRatio(const Image& image, const Rows& rows) {
-  constexpr int strips = 8, stripRows = 16;
-  libdeflate_compressor* fast = compressor(1);
-  if (!fast) return 1;
-  const int rowsPerStrip = std::min(stripRows, rows.height);
-  const size_t stripBytes = rows.lineBytes() * rowsPerStrip;
-  std::vector<uint8_t> strip, out;
+// A few strips spread down the picture, their rows packed once, to be filtered and compressed
+// at level 1 in the ways the writer may choose.
+class StripSample {
+ public:
+  static constexpr int strips = 8, stripRows = 8;
+
+  StripSample(const Image& image, const Rows& rows) : rows_(rows) {
+    rowsPerStrip_ = std::min(stripRows, rows.height);
+    stripCount_ = rows.height <= rowsPerStrip_ ? 1 : strips;  // one strip is the whole picture
+    const size_t packedBytes = rows.rowBytes * (rowsPerStrip_ + 1);
+    packed_.resize(packedBytes * stripCount_);
+    strip_.resize(rows.lineBytes() * rowsPerStrip_);
+    fast_ = compressor(1);
+    if (fast_) out_.resize(libdeflate_zlib_compress_bound(fast_, strip_.size()));
+    const bool withAlpha = rows.channels == 4, premultiplied = premultipliedFormat(image);
+    for (int k = 0; k < stripCount_; ++k) {
+      const int top = static_cast<int>(int64_t(rows.height - rowsPerStrip_) * k / std::max(1, stripCount_ - 1));
+      // Each strip's first packed row is the one above it (zeros above the picture's first).
+      uint8_t* p = packed_.data() + packedBytes * k;
+      for (int y = top - 1; y < top + rowsPerStrip_; ++y, p += rows.rowBytes) {
+        if (y < 0) std::fill_n(p, rows.rowBytes, 0);
+        else packRow(image.data() + static_cast<size_t>(y) * image.stride(), rows.width, withAlpha, premultiplied, p);
+      }
+    }
+  }
+
+  bool usable() const { return fast_ != nullptr; }
+
+  /// The strips filtered with `filter`, compressed at level 1, over their size.
+  double ratio(Filter filter) {
+    size_t in = 0, packedSize = 0;
+    const size_t packedBytes = rows_.rowBytes * (rowsPerStrip_ + 1);
+    for (int k = 0; k < stripCount_; ++k) {
+      const uint8_t* above = packed_.data() + packedBytes * k;
+      for (int y = 0; y < rowsPerStrip_; ++y, above += rows_.rowBytes) {
+        const uint8_t* row = above + rows_.rowBytes;
+        uint8_t* line = strip_.data() + rows_.lineBytes() * y;
+        if (filter == Filter::adaptive) {
+          line[0] = PNGRowFilters::applyBest(row, above, rows_.rowBytes, rows_.channels, line + 1);
+        } else {
+          line[0] = filter == Filter::up ? PNGRowFilters::up : PNGRowFilters::none;
+          PNGRowFilters::apply(PNGRowFilters::Type(line[0]), row, above, rows_.rowBytes, rows_.channels, line + 1);
+        }
+      }
+      const size_t size = libdeflate_zlib_compress(fast_, strip_.data(), strip_.size(), out_.data(), out_.size());
+      in += strip_.size();
+      packedSize += size ? size : strip_.size();
+    }
+    return double(packedSize) / double(in);
+  }
+
+ private:
+  const Rows& rows_;
+  int rowsPerStrip_ = 0, stripCount_ = 0;
+  std::vector<uint8_t> packed_, strip_, out_;
+  libdeflate_compressor* fast_ = nullptr;
+};
+
+// The filter for the whole picture, from the strips: none, unless Up packs them clearly smaller
+// (Up costs a pass over the rows); and on a busy picture the best filter for each row, unless that
+// packs them larger (choosing costs a fifth of the encoding, and pays only on busy pictures).
+Sample measureRows(const Image& image, const Rows& rows) {
   try {
-    strip.resize(stripBytes);
-    out.resize(libdeflate_zlib_compress_bound(fast, stripBytes));
+    StripSample strips(image, rows);
+    if (!strips.usable()) return {};
+    Sample sample{Filter::none, strips.ratio(Filter::none)};
+    if (const double up = strips.ratio(Filter::up); up < sample.ratio * 0.97) sample = {Filter::up, up};
+    if (sample.ratio >= busyRatio) {
+      if (const double best = strips.ratio(Filter::adaptive); best <= sample.ratio)
+        sample = {Filter::adaptive, best};
+    }
+    return sample;
   } catch (const std::bad_alloc&) {
-    return 1;
+    return {};
   }
-  size_t in = 0, packed = 0;
-  for (int k = 0; k < strips; ++k) {
-    const int top = static_cast<int>(int64_t(rows.height - rowsPerStrip) * k / (strips - 1));
-    if (!filterRows(image, rows, Filter::adaptive, top, top + rowsPerStrip, strip.data())) return 1;
-    const size_t size = libdeflate_zlib_compress(fast, strip.data(), stripBytes, out.data(), out.size());
-    in += stripBytes;
-    packed += size ? size : stripBytes;
-    if (rows.height <= rowsPerStrip) break;  // one strip is the whole picture
-  }
-  return double(packed) / double(in);
 }
 
 // The PNG file around a zlib stream.
@@ -252,17 +312,18 @@ std::optional<std::vector<uint8_t>> container(const Rows& rows, const uint8_t* s
 
 }  // namespace
 
+Sample measure(const Image& image) {
+  if (!image || image.width() <= 0 || image.height() <= 0) return {};
+  return measureRows(image, rowsOf(image));
+}
+
 std::optional<std::vector<uint8_t>> encode(const Image& image, Options options) {
   if (!image || image.width() <= 0 || image.height() <= 0) return std::nullopt;
-  Rows rows;
-  rows.width = image.width(), rows.height = image.height();
-  rows.channels = isOpaque(image) ? 3 : 4;
-  rows.rowBytes = static_cast<size_t>(rows.width) * rows.channels;
-
+  const Rows rows = rowsOf(image);
   const bool measured = options.level == automaticLevel || options.filter == Filter::automatic;
-  const double ratio = measured ? sampleRatio(image, rows) : 1;
-  const int level = options.level == automaticLevel ? levelFor(ratio) : std::clamp(options.level, 0, 12);
-  const Filter filter = options.filter == Filter::automatic ? filterFor(ratio) : options.filter;
+  const Sample sample = measured ? measureRows(image, rows) : Sample{};
+  const int level = options.level == automaticLevel ? levelFor(sample) : std::clamp(options.level, 0, 12);
+  const Filter filter = options.filter == Filter::automatic ? sample.filter : options.filter;
   ScratchBuffer filtered = ScratchBuffers::take(rows.lineBytes() * rows.height);
   if (!filtered || !filterRows(image, rows, filter, 0, rows.height, filtered.data())) return std::nullopt;
 

@@ -1,8 +1,8 @@
 // PNGWriter: our own PNG encoder, the one on every export's hot path. Opaque images become RGB
 // (colour type 2, no alpha channel) and others RGBA with straight alpha (colour type 6), 8 bits a
-// channel, exactly the image's size, in one zlib stream made by libdeflate in one call. The level
-// and the filters are picked by measuring the picture: a calm one is filtered Up and compressed
-// harder, a busy one gets the filter that suits each row and the fastest level.
+// channel, exactly the image's size, in one zlib stream made by libdeflate in one call. The filter
+// and the level are picked by measuring the picture: a few strips of its rows are compressed
+// filtered each way, and the whole picture gets the way that packed them smallest for its cost.
 //
 //   std::vector<uint8_t> png = PNGWriter::encode(image);        // chosen filters and level
 //   PNGWriter::encode(image, {.level = 1, .filter = PNGWriter::Filter::sub});
@@ -19,16 +19,15 @@
 namespace vorno::PNGWriter {
 
 /// One filter for every row, the best for each row (`adaptive`), or by the picture (`automatic`):
-/// Up for a calm one, where choosing per row gains about 1 % and costs a fifth of the encoding,
-/// and the best for each row for a busy one.
+/// none, Up or the best for each row, whichever packs a sample of the rows smallest for its cost.
 enum class Filter { none, sub, up, adaptive, automatic };
 
-/// Level 1 for busy pictures, `calmLevel` for calm ones, told apart by how well a sample of the
-/// picture's rows compresses (png_writer.cc).
+/// The level by the picture: `calmLevel` for calm pictures filtered Up, level 1 for the others
+/// (levelFor).
 constexpr int automaticLevel = -1;
 /// A sample that shrinks below this share of its size marks a calm picture.
 constexpr double busyRatio = 0.12;
-/// The level of calm pictures.
+/// The level of calm pictures filtered Up.
 constexpr int calmLevel = 2;
 
 struct Options {
@@ -36,11 +35,20 @@ struct Options {
   Filter filter = Filter::automatic;
 };
 
-/// The level `automaticLevel` picks when a sample of the rows, each filtered as suits it best,
-/// compresses at level 1 to `sampleRatio` of its size.
-int levelFor(double sampleRatio);
-/// The filter `Filter::automatic` picks for that sample.
-Filter filterFor(double sampleRatio);
+/// What a sample of a picture's rows says: the filter for all its rows, and how far the sample's
+/// rows so filtered shrink at level 1 (compressed size over size).
+struct Sample {
+  Filter filter = Filter::adaptive;
+  double ratio = 1;
+};
+
+/// The level `automaticLevel` picks for that sample: `calmLevel` for a calm picture filtered Up,
+/// where it is both smaller and faster than level 1; level 1 otherwise.
+int levelFor(const Sample& sample);
+
+/// The sample `automatic` goes by for this picture: a few strips of rows spread down it, each way
+/// filtered and compressed at level 1 (png_writer.cc says how the filter is chosen).
+Sample measure(const Image& image);
 
 /// Whether every pixel is opaque: always for an RGB24 image, by a scan of alpha otherwise.
 bool isOpaque(const Image& image);
