@@ -3,9 +3,12 @@
 #include <cairo.h>
 #include <gtest/gtest.h>
 
+#include <algorithm>
 #include <cmath>
 #include <cstdlib>
 #include <cstring>
+#include <utility>
+#include <vector>
 
 namespace vorno::box_resampler_test {
 namespace {
@@ -117,6 +120,44 @@ TEST(BoxResampler, PremultipliedColourNeverExceedsAlpha) {
       ASSERT_LE((p >> 8) & 0xFF, a);
       ASSERT_LE(p & 0xFF, a);
     }
+}
+
+// The box average worked out in doubles from the overlaps, for one channel of one output pixel.
+double exactAverage(const Image& image, const ResampleGrid& g, int ox, int oy, int shift) {
+  auto overlaps = [](int out, double scale, double offset, int length) {
+    std::vector<std::pair<int, double>> spans;
+    const double a = (out - offset) / scale, b = (out + 1 - offset) / scale;
+    for (int k = int(std::floor(a)); k < int(std::ceil(b)); ++k) {
+      const double part = std::min(b, k + 1.0) - std::max(a, double(k));
+      if (part > 0) spans.push_back({std::clamp(k, 0, length - 1), part / (b - a)});
+    }
+    return spans;
+  };
+  double sum = 0;
+  for (auto [sy, wy] : overlaps(oy, g.scaleY, g.offsetY, g.height))
+    for (auto [sx, wx] : overlaps(ox, g.scaleX, g.offsetX, g.width))
+      sum += wx * wy * double((pixelAt(image, sx, sy) >> shift) & 0xFF);
+  return sum;
+}
+
+// Scales where an output pixel covers up to two source pixels a side (one pair of taps) and up to
+// four (two pairs), over odd widths so that a row ends on a lone pixel: every channel of every
+// pixel within a level of the exact average, translucent colour never above its alpha.
+TEST(BoxResampler, EveryPixelIsTheExactAverageWithinALevel) {
+  Image image = filled(CAIRO_FORMAT_ARGB32, 217, 131, busy);
+  for (double scale : {0.93, 0.61, 0.5, 0.37, 0.26}) {
+    const ResampleGrid grid = wholeImage(image, scale, 0.41);
+    Image small = BoxResampler::resample(image, grid);
+    ASSERT_TRUE(small) << scale;
+    for (int y = 0; y < small.height(); ++y)
+      for (int x = 0; x < small.width(); ++x) {
+        const uint32_t p = pixelAt(small, x, y);
+        for (int shift : {0, 8, 16, 24})
+          ASSERT_NEAR(double((p >> shift) & 0xFF), exactAverage(image, grid, x, y, shift), 1.0)
+              << "scale " << scale << " at " << x << "," << y << " channel " << shift / 8;
+        for (int shift : {0, 8, 16}) ASSERT_LE((p >> shift) & 0xFF, p >> 24);
+      }
+  }
 }
 
 // The picture must look like what cairo's GOOD filter draws at the same place.
