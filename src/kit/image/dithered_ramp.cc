@@ -8,9 +8,9 @@
 //
 // Speed matters: a slide background is four million pixels. Colours come from a table of 4096
 // steps along the ramp, in fixed point with 8 bits below the level, so a pixel is a position
-// along the ramp, one table read and four adds; a ramp that doesn't change along a row (the
-// common vertical background) is worked out once per row and repeated, and a radial one takes
-// its square roots two at a time.
+// along the ramp, one table read and four adds, and four pixels are dithered and packed at once;
+// a ramp that doesn't change along a row (the common vertical background) is worked out once per
+// row and repeated, and a radial one takes its square roots two at a time.
 #include "kit/image/dithered_ramp.h"
 
 #include "kit/image/cairo_util.h"
@@ -140,39 +140,72 @@ bool makeWalker(cairo_t* cr, const RampGeometry& g, Walker& w) {
 
 int index(double position) { return int(std::clamp(position, 0.0, double(steps - 1)) + 0.5); }
 
-// One row of a ramp that changes along it. A linear ramp steps through the table in fixed point
-// (16 bits below a step); a radial one takes a square root per pixel.
+// The thresholds of row `y` as 16-bit lanes for two neighbouring pixels: pairs[k] holds the
+// threshold of column phase k four times, then that of phase k + 1 (mod 8) four times.
+struct RowThresholds {
+  __m128i pairs[8];
+  explicit RowThresholds(int y) {
+    for (int k = 0; k < 8; ++k) {
+      const auto a = int16_t(threshold(k, y)), b = int16_t(threshold(k + 1, y));
+      pairs[k] = _mm_set_epi16(b, b, b, b, a, a, a, a);
+    }
+  }
+};
+
+// Four table entries dithered and packed into four pixels at `out`, the first of them at column
+// phase `phase`: the same adds and shifts as `dithered`, eight lanes at a time.
+void storeFour(uint32_t* out, const Entry (&e)[4], const RowThresholds& row, int phase) {
+  const __m128i first = _mm_add_epi16(_mm_set_epi64x(int64_t(e[1]), int64_t(e[0])), row.pairs[phase & 7]);
+  const __m128i second = _mm_add_epi16(_mm_set_epi64x(int64_t(e[3]), int64_t(e[2])), row.pairs[(phase + 2) & 7]);
+  _mm_storeu_si128(reinterpret_cast<__m128i*>(out),
+                   _mm_packus_epi16(_mm_srli_epi16(first, 8), _mm_srli_epi16(second, 8)));
+}
+
+// One row of a ramp that changes along it, four pixels at a time. A linear ramp steps through the
+// table in fixed point (16 bits below a step); a radial one takes a square root per pixel.
 void fillRow(uint32_t* out, const Box& box, int y, const Walker& walker, const std::vector<Entry>& entries) {
   const double cy = y + 0.5;
+  const RowThresholds thresholds(y);
+  Entry e[4];
+  int col = 0;
   if (walker.shape == RampGeometry::Shape::linear) {
     constexpr double one = 65536;
     const double start = std::clamp(walker.position(box.x + 0.5, cy), -1e9, 1e9);
     int64_t at = int64_t(std::llround((start + 0.5) * one));
     const int64_t step = int64_t(std::llround(std::clamp(walker.dx, -1e6, 1e6) * one));
-    for (int col = 0; col < box.width; ++col, at += step) {
+    auto entry = [&] {
       const int64_t i = std::clamp<int64_t>(at >> 16, 0, steps - 1);
-      out[col] = dithered(entries[size_t(i)], threshold(box.x + col, y));
+      at += step;
+      return entries[size_t(i)];
+    };
+    for (; col + 4 <= box.width; col += 4) {
+      for (Entry& each : e) each = entry();
+      storeFour(out + col, e, thresholds, box.x + col);
     }
+    for (; col < box.width; ++col) out[col] = dithered(entry(), threshold(box.x + col, y));
     return;
   }
-  // Radial: two pixels at a time, their square roots from the vector unit. These are the same IEEE
+  // Radial: the square roots two at a time from the vector unit. These are the same IEEE
   // operations in the same order as `position` and `index`, so every pixel is what one at a time
   // gives.
   const __m128d ux = _mm_set1_pd(walker.ux), uy = _mm_set1_pd(walker.uy);
   const __m128d uxx = _mm_set1_pd(walker.uxx), uyx = _mm_set1_pd(walker.uyx);
   const __m128d rowX = _mm_set1_pd(cy * walker.uxy), rowY = _mm_set1_pd(cy * walker.uyy);
   const __m128d scale = _mm_set1_pd(walker.scale), last = _mm_set1_pd(steps - 1), half = _mm_set1_pd(0.5);
-  int col = 0;
-  for (; col + 2 <= box.width; col += 2) {
-    const int x = box.x + col;
+  auto twoEntries = [&](int x, Entry* pair) {
     const __m128d centres = _mm_set_pd(x + 1 + 0.5, x + 0.5);
     const __m128d px = _mm_add_pd(_mm_add_pd(ux, _mm_mul_pd(centres, uxx)), rowX);
     const __m128d py = _mm_add_pd(_mm_add_pd(uy, _mm_mul_pd(centres, uyx)), rowY);
     const __m128d position = _mm_mul_pd(_mm_sqrt_pd(_mm_add_pd(_mm_mul_pd(px, px), _mm_mul_pd(py, py))), scale);
     const __m128i indices =
         _mm_cvttpd_epi32(_mm_add_pd(_mm_min_pd(_mm_max_pd(position, _mm_setzero_pd()), last), half));
-    out[col] = dithered(entries[size_t(_mm_cvtsi128_si32(indices))], threshold(x, y));
-    out[col + 1] = dithered(entries[size_t(_mm_cvtsi128_si32(_mm_srli_si128(indices, 4)))], threshold(x + 1, y));
+    pair[0] = entries[size_t(_mm_cvtsi128_si32(indices))];
+    pair[1] = entries[size_t(_mm_cvtsi128_si32(_mm_srli_si128(indices, 4)))];
+  };
+  for (; col + 4 <= box.width; col += 4) {
+    twoEntries(box.x + col, e);
+    twoEntries(box.x + col + 2, e + 2);
+    storeFour(out + col, e, thresholds, box.x + col);
   }
   for (; col < box.width; ++col) {
     const int x = box.x + col;

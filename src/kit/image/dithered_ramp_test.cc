@@ -1,5 +1,5 @@
-// A radial ramp's rows are worked out two pixels at a time; every pixel must be exactly what the
-// pixel-at-a-time path gives. Painting through one-pixel-wide clips takes that path for each
+// A ramp's rows are worked out four pixels at a time (a radial one's square roots two at a time);
+// every pixel must be exactly what the pixel-at-a-time path gives. Painting through one-pixel-wide clips takes that path for each
 // column, so the two pictures must match byte for byte, odd widths and odd offsets included.
 #include "kit/image/dithered_ramp.h"
 
@@ -41,13 +41,17 @@ std::vector<uint8_t> painted(const RampGeometry& ramp, const Rect& rect, bool by
   return pixels;
 }
 
-TEST(DitheredRamp, RadialRowsTwoPixelsAtATimeMatchOneAtATime) {
-  const RampGeometry ramp{RampGeometry::Shape::radial, {13.3, 6.1}, {}, 29};
-  for (const Rect& rect : {Rect{0, 0, 41, 17}, Rect{3, 2, 35, 14}, Rect{1, 0, 40, 17}}) {
-    SCOPED_TRACE(rect.x);
-    const std::vector<uint8_t> whole = painted(ramp, rect, false), columns = painted(ramp, rect, true);
-    EXPECT_EQ(std::memcmp(whole.data(), columns.data(), whole.size()), 0);
-  }
+TEST(DitheredRamp, RowsFourPixelsAtATimeMatchOneAtATime) {
+  const RampGeometry radial{RampGeometry::Shape::radial, {13.3, 6.1}, {}, 29};
+  // Steep enough along a row to take the per-pixel path, not the repeated one.
+  const RampGeometry diagonal{RampGeometry::Shape::linear, {2.5, 1}, {37, 15.5}, 0};
+  for (const RampGeometry& ramp : {radial, diagonal})
+    for (const Rect& rect : {Rect{0, 0, 41, 17}, Rect{3, 2, 35, 14}, Rect{1, 0, 40, 17}, Rect{5, 1, 6, 9}}) {
+      SCOPED_TRACE(testing::Message() << (ramp.shape == RampGeometry::Shape::radial ? "radial" : "linear") << " at "
+                                      << rect.x << "," << rect.y << " width " << rect.width);
+      const std::vector<uint8_t> whole = painted(ramp, rect, false), columns = painted(ramp, rect, true);
+      EXPECT_EQ(std::memcmp(whole.data(), columns.data(), whole.size()), 0);
+    }
 }
 
 }  // namespace
