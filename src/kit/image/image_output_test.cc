@@ -157,6 +157,19 @@ TEST(PNGWriter, OnePixelAndTallImagesRoundTrip) {
   }
 }
 
+// Opaque rows are packed four pixels at a time and the last few one at a time: every width up to
+// a few groups, under each filter, comes back exactly.
+TEST(PNGWriter, EveryNarrowWidthRoundTrips) {
+  for (int width = 1; width <= 14; ++width)
+    for (auto filter : {PNGWriter::Filter::none, PNGWriter::Filter::up, PNGWriter::Filter::adaptive}) {
+      SCOPED_TRACE(::testing::Message() << "width " << width << " filter " << int(filter));
+      Image image = testPicture(width, 9, true, false);
+      auto decoded = decodeWithSpng(*PNGWriter::encode(image, {.level = 1, .filter = filter}));
+      ASSERT_TRUE(decoded);
+      expectSamePixels(image, *decoded, 0);
+    }
+}
+
 TEST(PNGWriter, LargeImageSpansSeveralDataChunks) {
   // Noise does not compress, so the stream passes 1 MiB and is cut into several IDAT chunks.
   Canvas canvas = Canvas::opaque(800, 600);
