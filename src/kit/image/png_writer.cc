@@ -75,9 +75,9 @@ void appendChunk(std::vector<uint8_t>& out, const char type[4], const uint8_t* d
   writeBigEndian32(p + 8 + size, libdeflate_crc32(0, p + 4, size + 4));
 }
 
-// Four opaque pixels at a time into R G B bytes, with one byte shuffle (SSSE3, which every x86-64
-// processor since 2007 has; checked once). Each store writes four bytes beyond its twelve, which
-// the next store overwrites, so it stops while two pixels remain and those go one at a time.
+// Four opaque pixels at a time into R G B bytes, with one byte shuffle (SSSE3, asked of the
+// processor once; without it every pixel goes one at a time). Each store writes four bytes beyond
+// its twelve, which the next store overwrites, so it stops while two pixels remain.
 __attribute__((target("ssse3"))) int packOpaqueFours(const uint8_t* source, int width, uint8_t* out) {
   const __m128i order = _mm_setr_epi8(2, 1, 0, 6, 5, 4, 10, 9, 8, 14, 13, 12, -1, -1, -1, -1);
   int x = 0;
@@ -144,7 +144,6 @@ bool premultipliedFormat(const Image& image) {
 }  // namespace
 
 int levelFor(const Sample& sample) { return sample.filter == Filter::up && sample.ratio < busyRatio ? calmLevel : 1; }
-
 
 bool isOpaque(const Image& image) {
   if (!image) return true;
