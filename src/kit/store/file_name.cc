@@ -34,6 +34,11 @@ uint32_t nextScalar(std::string_view text, size_t& index) {
   return scalar;
 }
 
+bool isPlainCharacter(char c, bool dotToo) {
+  return (c >= 'A' && c <= 'Z') || (c >= 'a' && c <= 'z') || (c >= '0' && c <= '9') || c == '-' || c == '_' ||
+         (dotToo && c == '.');
+}
+
 bool isLineBreak(uint32_t scalar) {
   return (scalar >= 0x0a && scalar <= 0x0d) || scalar == 0x85 || scalar == 0x2028 || scalar == 0x2029;
 }
@@ -55,6 +60,24 @@ void FileName::check(std::string_view name, std::string_view what) {
   if (isSafeComponent(name)) return;
   throw VornoError::invalid(std::string(what) + " \"" + std::string(name) +
                             "\" can't be used in a file name: use letters, digits, - and _ (no /, no leading dot).");
+}
+
+bool FileName::isPlainWord(std::string_view name) {
+  if (name.empty()) return false;
+  for (char c : name)
+    if (!isPlainCharacter(c, false)) return false;
+  return true;
+}
+
+bool FileName::isPlainFileName(std::string_view name, std::initializer_list<std::string_view> extensions) {
+  for (std::string_view extension : extensions) {
+    if (name.size() <= extension.size() || !name.ends_with(extension)) continue;
+    const std::string_view stem = name.substr(0, name.size() - extension.size());
+    bool plain = true;
+    for (char c : stem) plain = plain && isPlainCharacter(c, true);
+    if (plain) return true;
+  }
+  return false;
 }
 
 }  // namespace vorno

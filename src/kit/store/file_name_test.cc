@@ -71,5 +71,17 @@ TEST(FileName, DotInsideOrAtEndIsFineButNotAtStart) {
   EXPECT_FALSE(FileName::isSafeComponent("."));
 }
 
+TEST(FileName, PlainWordsAreASCIILettersDigitsHyphensAndUnderscores) {
+  for (const char* word : {"a", "summer-2", "B_side", "0", "-", "_x_"}) EXPECT_TRUE(FileName::isPlainWord(word)) << word;
+  for (const char* word : {"", "a b", "a.b", "../x", "é", "a/b", "x\n"}) EXPECT_FALSE(FileName::isPlainWord(word)) << word;
+}
+
+TEST(FileName, PlainFileNamesEndInOneOfTheExtensionsAsWritten) {
+  const auto plain = [](std::string_view name) { return FileName::isPlainFileName(name, {".png", ".jpg", ".jpeg"}); };
+  for (const char* name : {"logo.png", "a.b-c_d.jpeg", "x.jpg", ".png.png", "..png"}) EXPECT_TRUE(plain(name)) << name;
+  for (const char* name : {".png", "logo", "logo.gif", "logo.png.txt", "Logo.PNG", "a b.png", "../logo.png", "é.png"})
+    EXPECT_FALSE(plain(name)) << name;
+}
+
 }  // namespace
 }  // namespace vorno::file_name_test

@@ -11,12 +11,12 @@
 #include <cmath>
 #include <filesystem>
 #include <fstream>
-#include <regex>
 
 #include "kit/devices/custom_frame.h"
 #include "kit/image/images.h"
 #include "kit/image/vector_image.h"
 #include "kit/model/project.h"
+#include "kit/store/file_name.h"
 #include "kit/text/font_file_info.h"
 #include "kit/util/atomic_write.h"
 #include "kit/util/format.h"
@@ -128,8 +128,7 @@ class AssetAddTool final : public Tool {
     FileProjectStore store = context.store(arguments.requireString("project"));
     (void)store.load();  // a package must be there, or the file would land in a plain folder
     const std::string name = arguments.requireString("name");
-    static const std::regex pattern(R"(^[A-Za-z0-9._-]+\.(png|jpe?g|heic|pdf|svg|ttf|otf)$)");
-    if (!std::regex_match(name, pattern))
+    if (!FileName::isPlainFileName(name, {".png", ".jpg", ".jpeg", ".heic", ".pdf", ".svg", ".ttf", ".otf"}))
       throw VornoError::invalid(
           "name must be a plain file name ending in .png, .jpg, .heic, .pdf, .svg, .ttf or .otf.");
     const std::string extension = loweredExtension(name);
