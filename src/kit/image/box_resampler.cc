@@ -107,7 +107,8 @@ std::vector<int16_t> pairedWeights(const Taps& taps, int pairs) {
   std::vector<int16_t> weights(taps.first.size() * static_cast<size_t>(pairs) * 8, 0);
   for (size_t i = 0; i < taps.first.size(); ++i)
     for (int t = 0; t < taps.count[i]; ++t)
-      for (int c = 0; c < 4; ++c) weights[(i * pairs + t / 2) * 8 + c * 2 + t % 2] = int16_t(taps.weights[taps.offset[i] + t]);
+      for (int c = 0; c < 4; ++c)
+        weights[(i * pairs + t / 2) * 8 + c * 2 + t % 2] = int16_t(taps.weights[taps.offset[i] + t]);
   return weights;
 }
 

@@ -194,9 +194,19 @@ Rows rowsOf(const Image& image) {
   return rows;
 }
 
-// Rows [from, to), each with its filter byte in front, into `filtered`. False when memory runs
-// out.
-bool filterRows(const Image& image, const Rows& rows, Filter filter, int from, int to, uint8_t* filtered) {
+// One packed row filtered against the packed row above it, with `filter` (a fixed one, or the
+// best for the row when adaptive), into `line`, its filter byte first.
+void filterLine(Filter filter, const uint8_t* row, const uint8_t* above, const Rows& rows, uint8_t* line) {
+  if (filter == Filter::adaptive) {
+    line[0] = PNGRowFilters::applyBest(row, above, rows.rowBytes, rows.channels, line + 1);
+    return;
+  }
+  line[0] = filter == Filter::sub ? PNGRowFilters::sub : filter == Filter::up ? PNGRowFilters::up : PNGRowFilters::none;
+  PNGRowFilters::apply(PNGRowFilters::Type(line[0]), row, above, rows.rowBytes, rows.channels, line + 1);
+}
+
+// Every row, each with its filter byte in front, into `filtered`. False when memory runs out.
+bool filterRows(const Image& image, const Rows& rows, Filter filter, uint8_t* filtered) {
   const bool withAlpha = rows.channels == 4, premultiplied = premultipliedFormat(image);
   std::vector<uint8_t> current, previous;
   try {
@@ -205,30 +215,21 @@ bool filterRows(const Image& image, const Rows& rows, Filter filter, int from, i
   } catch (const std::bad_alloc&) {
     return false;
   }
-  auto source = [&](int y) { return image.data() + static_cast<size_t>(y) * image.stride(); };
-  if (from > 0) packRow(source(from - 1), rows.width, withAlpha, premultiplied, previous.data());
-  const auto fixed = filter == Filter::sub ? PNGRowFilters::sub
-                     : filter == Filter::up ? PNGRowFilters::up
-                                            : PNGRowFilters::none;
-  for (int y = from; y < to; ++y) {
-    uint8_t* out = filtered + rows.lineBytes() * (y - from);
+  for (int y = 0; y < rows.height; ++y) {
+    const uint8_t* source = image.data() + static_cast<size_t>(y) * image.stride();
+    uint8_t* out = filtered + rows.lineBytes() * y;
     if (!withAlpha && filter == Filter::sub) {
       out[0] = PNGRowFilters::sub;
-      subOpaqueRow(source(y), rows.width, out + 1);
+      subOpaqueRow(source, rows.width, out + 1);
       continue;
     }
     if (filter == Filter::none) {
       out[0] = PNGRowFilters::none;
-      packRow(source(y), rows.width, withAlpha, premultiplied, out + 1);
+      packRow(source, rows.width, withAlpha, premultiplied, out + 1);
       continue;
     }
-    packRow(source(y), rows.width, withAlpha, premultiplied, current.data());
-    if (filter == Filter::adaptive) {
-      out[0] = PNGRowFilters::applyBest(current.data(), previous.data(), rows.rowBytes, rows.channels, out + 1);
-    } else {
-      out[0] = fixed;
-      PNGRowFilters::apply(fixed, current.data(), previous.data(), rows.rowBytes, rows.channels, out + 1);
-    }
+    packRow(source, rows.width, withAlpha, premultiplied, current.data());
+    filterLine(filter, current.data(), previous.data(), rows, out);
     current.swap(previous);
   }
   return true;
@@ -243,8 +244,8 @@ class StripSample {
   StripSample(const Image& image, const Rows& rows) : rows_(rows) {
     rowsPerStrip_ = std::min(stripRows, rows.height);
     stripCount_ = rows.height <= rowsPerStrip_ ? 1 : strips;  // one strip is the whole picture
-    const size_t packedBytes = rows.rowBytes * (rowsPerStrip_ + 1);
-    packed_.resize(packedBytes * stripCount_);
+    packedBytes_ = rows.rowBytes * (rowsPerStrip_ + 1);
+    packed_.resize(packedBytes_ * stripCount_);
     strip_.resize(rows.lineBytes() * rowsPerStrip_);
     fast_ = compressor(1);
     if (fast_) out_.resize(libdeflate_zlib_compress_bound(fast_, strip_.size()));
@@ -252,7 +253,7 @@ class StripSample {
     for (int k = 0; k < stripCount_; ++k) {
       const int top = static_cast<int>(int64_t(rows.height - rowsPerStrip_) * k / std::max(1, stripCount_ - 1));
       // Each strip's first packed row is the one above it (zeros above the picture's first).
-      uint8_t* p = packed_.data() + packedBytes * k;
+      uint8_t* p = packed_.data() + packedBytes_ * k;
       for (int y = top - 1; y < top + rowsPerStrip_; ++y, p += rows.rowBytes) {
         if (y < 0) std::fill_n(p, rows.rowBytes, 0);
         else packRow(image.data() + static_cast<size_t>(y) * image.stride(), rows.width, withAlpha, premultiplied, p);
@@ -265,19 +266,10 @@ class StripSample {
   /// The strips filtered with `filter`, compressed at level 1, over their size.
   double ratio(Filter filter) {
     size_t in = 0, packedSize = 0;
-    const size_t packedBytes = rows_.rowBytes * (rowsPerStrip_ + 1);
     for (int k = 0; k < stripCount_; ++k) {
-      const uint8_t* above = packed_.data() + packedBytes * k;
-      for (int y = 0; y < rowsPerStrip_; ++y, above += rows_.rowBytes) {
-        const uint8_t* row = above + rows_.rowBytes;
-        uint8_t* line = strip_.data() + rows_.lineBytes() * y;
-        if (filter == Filter::adaptive) {
-          line[0] = PNGRowFilters::applyBest(row, above, rows_.rowBytes, rows_.channels, line + 1);
-        } else {
-          line[0] = filter == Filter::up ? PNGRowFilters::up : PNGRowFilters::none;
-          PNGRowFilters::apply(PNGRowFilters::Type(line[0]), row, above, rows_.rowBytes, rows_.channels, line + 1);
-        }
-      }
+      const uint8_t* above = packed_.data() + packedBytes_ * k;
+      for (int y = 0; y < rowsPerStrip_; ++y, above += rows_.rowBytes)
+        filterLine(filter, above + rows_.rowBytes, above, rows_, strip_.data() + rows_.lineBytes() * y);
       const size_t size = libdeflate_zlib_compress(fast_, strip_.data(), strip_.size(), out_.data(), out_.size());
       in += strip_.size();
       packedSize += size ? size : strip_.size();
@@ -288,6 +280,7 @@ class StripSample {
  private:
   const Rows& rows_;
   int rowsPerStrip_ = 0, stripCount_ = 0;
+  size_t packedBytes_ = 0;  // one strip's packed rows, the row above it included
   std::vector<uint8_t> packed_, strip_, out_;
   libdeflate_compressor* fast_ = nullptr;
 };
@@ -353,7 +346,7 @@ std::optional<std::vector<uint8_t>> encode(const Image& image, Options options) 
   const int level = options.level == automaticLevel ? levelFor(sample) : std::clamp(options.level, 0, 12);
   const Filter filter = options.filter == Filter::automatic ? sample.filter : options.filter;
   ScratchBuffer filtered = ScratchBuffers::take(rows.lineBytes() * rows.height);
-  if (!filtered || !filterRows(image, rows, filter, 0, rows.height, filtered.data())) return std::nullopt;
+  if (!filtered || !filterRows(image, rows, filter, filtered.data())) return std::nullopt;
 
   libdeflate_compressor* deflater = compressor(level);
   if (!deflater) return std::nullopt;
